@@ -1,0 +1,139 @@
+// Wildcards, regular expressions and environment expansion for Tstring.
+#include "grundel/core/Tstring.h"
+
+#include "grundel/core/VornEnv.h"
+
+#include <cctype>
+#include <cstring>
+#include <regex.h>
+
+namespace {
+
+// Whole-text wildcard match. "*" runs are matched with one backtrack point
+// (the latest star), which decides the same as trying every split and takes
+// time proportional to text times pattern at worst.
+bool wildcardMatch(const char* t, const char* p) noexcept {
+    const char* starPattern = nullptr;
+    const char* starText = nullptr;
+    while (*t) {
+        if (*p == '*') {
+            while (*p == '*')
+                ++p;
+            if (!*p)
+                return true; // a trailing "*" takes any rest
+            starPattern = p;
+            starText = t;
+            continue;
+        }
+        bool ok = false;
+        const char* next = p;
+        if (*p == '?') {
+            ok = true;
+            next = p + 1;
+        } else if (*p == '\\' && p[1]) {
+            ok = p[1] == *t;
+            next = p + 2;
+        } else if (*p) {
+            ok = *p == *t;
+            next = p + 1;
+        }
+        if (ok) {
+            p = next;
+            ++t;
+        } else if (starPattern) {
+            p = starPattern;
+            t = ++starText;
+        } else {
+            return false;
+        }
+    }
+    while (*p == '*')
+        ++p;
+    return !*p;
+}
+
+inline bool isNameChar(char c) noexcept { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+
+} // namespace
+
+bool Tstring::isWildCard() const noexcept { return findchr("*?") >= 0; }
+
+bool Tstring::matches(const char* pattern) const noexcept {
+    if (isEmpty())
+        return pattern == nullptr;
+    if (!pattern || !*pattern)
+        return false;
+    return wildcardMatch(asC(), pattern);
+}
+
+bool Tstring::matches(const Tstring& pattern) const noexcept {
+    if (isEmpty())
+        return pattern.isEmpty();
+    if (pattern.isEmpty())
+        return false;
+    return wildcardMatch(asC(), pattern.asC());
+}
+
+int Tstring::matchesRegexp(const char* pattern, Tstring* out1, Tstring* out2, Tstring* out3,
+                           Tstring* out4, Tstring* out5, Tstring* out6, Tstring* out7,
+                           Tstring* out8, Tstring* out9) const noexcept {
+    if (!pattern)
+        return 0;
+    const std::size_t n = std::strlen(pattern);
+    const bool anchored = pattern[0] == '^' || (n > 0 && pattern[n - 1] == '$');
+    const Tstring expression = anchored ? Tstring(pattern) : cformatString("^%s$", pattern);
+    regex_t re;
+    if (::regcomp(&re, expression.asC(), REG_EXTENDED) != 0)
+        return 0;
+    // An output may be this string: keep the subject while the outputs change.
+    const Tstring subject(*this);
+    regmatch_t match[10];
+    const bool matched = ::regexec(&re, subject.asC(), 10, match, 0) == 0;
+    const int groups = static_cast<int>(re.re_nsub);
+    ::regfree(&re);
+    if (!matched)
+        return 0;
+    Tstring* outputs[9] = {out1, out2, out3, out4, out5, out6, out7, out8, out9};
+    for (int i = 0; i < 9 && outputs[i]; ++i) {
+        const regmatch_t& m = match[i + 1];
+        if (i >= groups || m.rm_so < 0)
+            outputs[i]->clear();
+        else
+            outputs[i]->set(subject.asC() + m.rm_so, static_cast<unsigned int>(m.rm_eo - m.rm_so));
+    }
+    return groups > 0 ? groups : 1;
+}
+
+Tstring Tstring::expandEnvAndTilde() const noexcept {
+    Tstring result;
+    const char* p = asC();
+    const char* end = p + length();
+    const char* run = p;
+    while (p < end) {
+        if (*p != '$' && *p != '%') {
+            ++p;
+            continue;
+        }
+        result.catenate(run, static_cast<unsigned int>(p - run));
+        // The reference's spelling: opener, "{", name, "}", "%", each optional
+        // after the opener; braces need not balance.
+        const char* reference = p++;
+        if (p < end && *p == '{')
+            ++p;
+        const char* name = p;
+        while (p < end && isNameChar(*p))
+            ++p;
+        const Tstring variable(name, static_cast<unsigned int>(p - name));
+        if (p < end && *p == '}')
+            ++p;
+        if (p < end && *p == '%')
+            ++p;
+        if (const char* value = VornGetEnv(variable.asC()))
+            result.catenate(value);
+        else
+            result.catenate(reference, static_cast<unsigned int>(p - reference));
+        run = p;
+    }
+    result.catenate(run, static_cast<unsigned int>(p - run));
+    return result;
+}
