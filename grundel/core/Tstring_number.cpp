@@ -153,16 +153,14 @@ int Tstring::vcformat(const char* format, std::va_list args) noexcept {
     // The arguments may point into this string, so the text is built apart
     // and swapped in. A first try on the stack serves most calls.
     char first[kFirstFormatSize];
-    std::va_list sizing;
     std::va_list writing;
-    va_copy(sizing, args);
     va_copy(writing, args);
-    int n = boundedVsnprintf(first, sizeof first, format, args);
-    if (n >= 0) {
+    const int needed = std::vsnprintf(first, sizeof first, format, args);
+    int n = needed;
+    if (needed >= 0 && needed < static_cast<int>(sizeof first)) {
         set(first, static_cast<unsigned int>(n));
     } else {
-        // Find the size the doubling from 256 would reach; give up at 2^31.
-        const int needed = std::vsnprintf(nullptr, 0, format, sizing);
+        // The size the doubling from 256 would reach; give up at 2^31.
         TuInt64 size = kFirstFormatSize;
         while (needed >= 0 && size <= static_cast<TuInt64>(needed))
             size *= 2;
@@ -178,7 +176,6 @@ int Tstring::vcformat(const char* format, std::va_list args) noexcept {
             clear();
         }
     }
-    va_end(sizing);
     va_end(writing);
     return n;
 }
