@@ -14,8 +14,9 @@
 /// the old value). Callers must never use it to drop a reference.
 class TmtRefCounter {
 public:
-    TmtRefCounter() noexcept : fCount(0) {}
-    explicit TmtRefCounter(int value) noexcept : fCount(value) {}
+    // constexpr: static counters are ready before any dynamic initialisation.
+    constexpr TmtRefCounter() noexcept : fCount(0) {}
+    constexpr explicit TmtRefCounter(int value) noexcept : fCount(value) {}
 
     /// Plain, non-atomic copy of the count.
     TmtRefCounter(const TmtRefCounter& other) noexcept

@@ -3,7 +3,12 @@
 #include "grundel/core/TstringId.h"
 
 #include <cstring>
+#include <malloc.h>
 #include <strings.h>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 using TstringData = Tstring::TstringData;
 
@@ -51,10 +56,14 @@ TstringData* TstringData::growRealloc(TstringData* block, TuInt32 n, bool keep) 
             const TuInt64 bytes = reallocBytes(n);
             if (bytes > kMaxBlockBytes)
                 return nullptr;
-            auto* grown = static_cast<TstringData*>(std::realloc(static_cast<void*>(block), bytes));
-            if (!grown)
-                return nullptr;
-            block = grown;
+            // The heap rounds blocks up: while the new size still fits the
+            // block, the realloc would return it unchanged, so skip the call.
+            if (bytes > ::malloc_usable_size(block)) {
+                auto* grown = static_cast<TstringData*>(std::realloc(static_cast<void*>(block), bytes));
+                if (!grown)
+                    return nullptr;
+                block = grown;
+            }
             block->fCapacity = static_cast<TuInt32>(bytes - 16);
             if (!keep) {
                 block->fLength = 0;
@@ -280,21 +289,81 @@ Tstring operator+(const Tstring& a, char b) noexcept {
 
 // -- Access ----------------------------------------------------------------------
 
+namespace {
+
+// Sign-extended byte, as the hash takes it.
+inline TuInt32 sx(unsigned char b) noexcept { return static_cast<TuInt32>(static_cast<Tint32>(static_cast<signed char>(b))); }
+
+#if defined(__SSE2__)
+// 16 zero bytes, then 16 of 0xFF: a load at offset o keeps the last 16 - o
+// bytes of a 16-byte block (the first 8 - o of an 8-byte one).
+alignas(16) const unsigned char kKeepTail[32] = {
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+
+// XOR of sx(b[k]) << (7 - k) over the eight bytes of each half of v, one
+// 16-bit result per half (lane 0 and lane 4). Each product fits 16 bits, and
+// sign extension commutes with XOR, so the sums are exact.
+inline __m128i halfSums(__m128i v) noexcept {
+    const __m128i sign = _mm_cmplt_epi8(v, _mm_setzero_si128());
+    const __m128i weights = _mm_setr_epi16(128, 64, 32, 16, 8, 4, 2, 1);
+    const __m128i lo = _mm_mullo_epi16(_mm_unpacklo_epi8(v, sign), weights);
+    const __m128i hi = _mm_mullo_epi16(_mm_unpackhi_epi8(v, sign), weights);
+    __m128i x = _mm_xor_si128(_mm_unpacklo_epi64(lo, hi), _mm_unpackhi_epi64(lo, hi));
+    x = _mm_xor_si128(x, _mm_srli_epi64(x, 32));
+    return _mm_xor_si128(x, _mm_srli_epi32(x, 16));
+}
+
+inline TuInt32 lane(__m128i x, int which) noexcept {
+    const int v = which == 0 ? _mm_cvtsi128_si32(x) : _mm_extract_epi16(x, 4);
+    return static_cast<TuInt32>(static_cast<Tint32>(static_cast<Tint16>(v)));
+}
+
+// The hash sum of 16 bytes: XOR of sx(b[k]) << (15 - k).
+inline TuInt32 block16(__m128i v) noexcept {
+    const __m128i x = halfSums(v);
+    return (lane(x, 0) << 8) ^ lane(x, 4);
+}
+
+inline __m128i load16(const unsigned char* p) noexcept { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline __m128i load8(const unsigned char* p) noexcept { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
+#endif
+
+} // namespace
+
 TuInt32 Tstring::hashOf(const char* text, TuInt32 length) noexcept {
     if (length == 0)
         return 0xFFFFFFFFu;
-    // h = (h << 1) ^ b over every byte: a byte's bits leave the 32-bit word
-    // after 32 more steps, so only the last 32 bytes can matter.
+    // h = (h << 1) ^ sx(b) over every byte, i.e. the XOR of sx(b[i]) shifted
+    // by its distance from the end: a byte 32 or more from the end has left
+    // the word, so only the last 32 bytes count.
     const unsigned char* p = reinterpret_cast<const unsigned char*>(text);
     const unsigned char* end = p + length;
+    TuInt32 h = 0;
+#if defined(__SSE2__)
+    // Blocks that overlap in the middle: the second one's overlap is masked
+    // off, so no byte outside the text is read and none counts twice.
+    if (length >= 32) {
+        h = (block16(load16(end - 32)) << 16) ^ block16(load16(end - 16));
+    } else if (length >= 16) {
+        h = block16(load16(p)) << (length - 16);
+        if (length > 16)
+            h ^= block16(_mm_and_si128(load16(end - 16), load16(kKeepTail + (length - 16))));
+    } else if (length >= 8) {
+        // Both 8-byte blocks in one vector, one sum per half.
+        const __m128i tail = _mm_and_si128(load8(end - 8), load8(kKeepTail + length));
+        const __m128i sums = halfSums(_mm_unpacklo_epi64(load8(p), tail));
+        h = (lane(sums, 0) << (length - 8)) ^ lane(sums, 4);
+    } else {
+        for (; p < end; ++p)
+            h = (h << 1) ^ sx(*p);
+    }
+#else
     if (length > 32)
         p = end - 32;
-    auto sx = [](unsigned char b) { return static_cast<TuInt32>(static_cast<Tint32>(static_cast<signed char>(b))); };
-    TuInt32 h = 0;
-    for (; end - p >= 4; p += 4)
-        h = (h << 4) ^ (sx(p[0]) << 3) ^ (sx(p[1]) << 2) ^ (sx(p[2]) << 1) ^ sx(p[3]);
     for (; p < end; ++p)
         h = (h << 1) ^ sx(*p);
+#endif
     return h ^ (h >> 10) ^ (h >> 20);
 }
 

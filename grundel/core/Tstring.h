@@ -154,7 +154,15 @@ public:
     int catenate(const Tstring& other) noexcept;
     int catenate(const char* text) noexcept;
     int catenate(const char* text, unsigned int n) noexcept;
-    int catenate(char c) noexcept { return catenate(&c, 1); }
+    int catenate(char c) noexcept {
+        if (fData && fData->fLength < fData->fCapacity && fData->fCount.value() < 2) {
+            char* t = fData->text();
+            t[fData->fLength] = c;
+            t[++fData->fLength] = '\0';
+            return 0;
+        }
+        return catenate(&c, 1);
+    }
     int catenate(const TstringId& id) noexcept;
     int catenate(TstringIdNumber number) noexcept;
     int append(const Tstring& other) noexcept { return catenate(other); }
@@ -374,7 +382,9 @@ public:
     /// already starts with "^" or ends with "$". On a match, group i goes to
     /// the i-th output (stopping at the first null one; a group that took no
     /// part empties its output). Returns the number of groups (1 when there
-    /// are none), or 0 when there is no match or the pattern is invalid.
+    /// are none), or 0 when there is no match or the pattern is invalid. A
+    /// pattern whose compiled form would grow without bound (stacked
+    /// repetitions such as "a++" or "(a{99}){99}") counts as invalid.
     int matchesRegexp(const char* pattern, Tstring* out1 = nullptr, Tstring* out2 = nullptr,
                       Tstring* out3 = nullptr, Tstring* out4 = nullptr, Tstring* out5 = nullptr,
                       Tstring* out6 = nullptr, Tstring* out7 = nullptr, Tstring* out8 = nullptr,

@@ -52,6 +52,57 @@ bool wildcardMatch(const char* t, const char* p) noexcept {
     return !*p;
 }
 
+// The regular-expression compiler copies the tree under a repetition once
+// per repeat and its closure computation explodes on stacked operators, so
+// "a++", "a*{2}" (undefined in the extended syntax anyway) are refused, and
+// the pattern length times every bound must stay within a budget. Refused
+// patterns count as not compiling.
+constexpr TuInt64 kRegexBudget = TuInt64(1) << 18;
+
+bool regexWithinBudget(const char* p) noexcept {
+    TuInt64 estimate = std::strlen(p) + 1;
+    bool afterRepeat = false;
+    while (*p && estimate <= kRegexBudget) {
+        const char c = *p++;
+        if (c == '\\') {
+            if (*p)
+                ++p;
+            afterRepeat = false;
+        } else if (c == '[') {
+            // A bracket expression is one atom; "]" first in it is literal.
+            if (*p == '^')
+                ++p;
+            if (*p == ']')
+                ++p;
+            while (*p && *p != ']')
+                ++p;
+            if (*p)
+                ++p;
+            afterRepeat = false;
+        } else if (c == '*' || c == '+' || c == '?') {
+            if (afterRepeat)
+                return false;
+            afterRepeat = true;
+        } else if (c == '{') {
+            if (afterRepeat)
+                return false;
+            TuInt64 bound = 0;
+            for (; *p && *p != '}'; ++p)
+                if (*p >= '0' && *p <= '9')
+                    bound = bound < kRegexBudget ? bound * 10 + TuInt64(*p - '0') : bound;
+                else if (*p == ',')
+                    bound = 0; // the upper bound decides
+            if (*p)
+                ++p;
+            estimate *= bound > 1 ? bound : 2;
+            afterRepeat = true;
+        } else {
+            afterRepeat = false;
+        }
+    }
+    return estimate <= kRegexBudget;
+}
+
 inline bool isNameChar(char c) noexcept { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
 } // namespace
@@ -82,6 +133,8 @@ int Tstring::matchesRegexp(const char* pattern, Tstring* out1, Tstring* out2, Ts
     const std::size_t n = std::strlen(pattern);
     const bool anchored = pattern[0] == '^' || (n > 0 && pattern[n - 1] == '$');
     const Tstring expression = anchored ? Tstring(pattern) : cformatString("^%s$", pattern);
+    if (!regexWithinBudget(expression.asC()))
+        return 0;
     regex_t re;
     if (::regcomp(&re, expression.asC(), REG_EXTENDED) != 0)
         return 0;

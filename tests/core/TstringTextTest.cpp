@@ -102,6 +102,10 @@ TEST(TstringPattern, RegularExpressions) {
     EXPECT_TRUE(b.isEmpty());
     EXPECT_EQ(c, "old");
     EXPECT_EQ(Tstring("abc").matchesRegexp("(unclosed"), 0);
+    // Patterns that would make the compiler allocate without bound.
+    EXPECT_EQ(Tstring("a").matchesRegexp(("a" + std::string(40, '+')).c_str()), 0);
+    EXPECT_EQ(Tstring("a").matchesRegexp("((a{200}){200}){200}"), 0);
+    EXPECT_EQ(Tstring("aaab").matchesRegexp("a{3}[+*]?b+"), 1);
     EXPECT_EQ(Tstring("abc").matchesRegexp(nullptr), 0);
     // The output may be the subject itself.
     Tstring self("path/name.ext");

@@ -1,0 +1,17 @@
+# Fails when a public header of the library is missing from grundel/grundel.h.
+# Input: ROOT, the source tree.
+file(GLOB_RECURSE headers RELATIVE ${ROOT} ${ROOT}/grundel/*.h)
+file(READ ${ROOT}/grundel/grundel.h umbrella)
+set(missing "")
+foreach(header ${headers})
+  if(header MATCHES "_p\\.h$" OR header STREQUAL "grundel/grundel.h")
+    continue()
+  endif()
+  string(FIND "${umbrella}" "#include \"${header}\"" at)
+  if(at EQUAL -1)
+    list(APPEND missing ${header})
+  endif()
+endforeach()
+if(missing)
+  message(FATAL_ERROR "grundel/grundel.h does not include: ${missing}")
+endif()
