@@ -1,0 +1,18 @@
+#pragma once
+
+#include "grundel/core/Tapi.h"
+
+/// A homogeneous point (x, y, z, w) in double precision, standing for
+/// (x/w, y/w, z/w); the origin (0, 0, 0, 1) by default. This holds the data layout.
+class GRUNDEL_API T4dDblPoint {
+public:
+    T4dDblPoint() noexcept : x(0), y(0), z(0), w(1) {}
+    T4dDblPoint(double x_, double y_, double z_, double w_) noexcept : x(x_), y(y_), z(z_), w(w_) {}
+
+    friend bool operator==(const T4dDblPoint& a, const T4dDblPoint& b) noexcept {
+        return a.x == b.x && a.y == b.y && a.z == b.z && a.w == b.w;
+    }
+    friend bool operator!=(const T4dDblPoint& a, const T4dDblPoint& b) noexcept { return !(a == b); }
+
+    double x, y, z, w;
+};
