@@ -1,0 +1,59 @@
+// Tcrc32::calc beside zlib's crc32 on 4 KiB and 1 MiB, and the portable
+// table path that machines without carry-less multiplication take.
+
+#include "grundel/core/Tcrc32.h"
+
+#include "grundel/core/Tcrc32_p.h"
+
+#include <benchmark/benchmark.h>
+
+#include <vector>
+#include <zlib.h>
+
+namespace {
+
+// 1 MiB of fixed pseudo-random bytes, made once outside the timed loops.
+const unsigned char* bytes() {
+    static const std::vector<unsigned char> data = [] {
+        std::vector<unsigned char> v(1 << 20);
+        TuInt32 x = 2463534242u; // xorshift: the same bytes on every run
+        for (auto& b : v) {
+            x ^= x << 13;
+            x ^= x >> 17;
+            x ^= x << 5;
+            b = static_cast<unsigned char>(x);
+        }
+        return v;
+    }();
+    return data.data();
+}
+
+void BM_Tcrc32_Calc(benchmark::State& state) {
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
+    const unsigned char* p = bytes();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Tcrc32::calc(p, n));
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+void BM_Tcrc32_Tables(benchmark::State& state) {
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
+    const unsigned char* p = bytes();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(grundel::detail::crc32Tables(Tcrc32::startingCRC(), p, n));
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+void BM_Zlib_Crc32(benchmark::State& state) {
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
+    const unsigned char* p = bytes();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(crc32(0, p, static_cast<uInt>(n)));
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+} // namespace
+
+BENCHMARK(BM_Tcrc32_Calc)->Arg(4096)->Arg(1 << 20);
+BENCHMARK(BM_Tcrc32_Tables)->Arg(4096)->Arg(1 << 20);
+BENCHMARK(BM_Zlib_Crc32)->Arg(4096)->Arg(1 << 20);
