@@ -1,0 +1,11 @@
+#include "grundel/object/TapiPtrBase.h"
+
+TapiPtrBase::~TapiPtrBase() = default;
+
+const char* TapiPtrBase::apiTypeString() const noexcept {
+    switch (apiType()) {
+    case kApiNamedObject: return "named object";
+    case kApiNamespace: return "namespace";
+    default: return "invalid";
+    }
+}
