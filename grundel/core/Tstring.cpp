@@ -169,8 +169,10 @@ int Tstring::set(const char* text) noexcept {
 }
 
 int Tstring::set(const char* source, unsigned int n) noexcept {
-    if (!source)
+    if (!source) {
+        source = kNullStr;
         n = 0;
+    }
     if (!fData) {
         if (n == 0)
             return 0; // the empty string allocates nothing

@@ -196,6 +196,9 @@ TEST(Tstring, AppendForms) {
     EXPECT_EQ(s, "xy ab\nta");
     EXPECT_EQ(Tstring("a") + Tstring("b") + "c" + 'd', "abcd");
     EXPECT_EQ("x" + Tstring("y"), "xy");
+    Tstring cleared("text");
+    cleared = static_cast<const char*>(nullptr);
+    EXPECT_TRUE(cleared.isEmpty());
     Tstring raw;
     raw.setChar("a\0b", 3);
     EXPECT_EQ(raw.length(), 3u);
