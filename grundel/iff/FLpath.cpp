@@ -1,0 +1,120 @@
+#include "grundel/iff/FLpath.h"
+
+#include "grundel/core/VornEnv.h"
+
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+std::mutex gLock;
+Tstring gSearchPath;
+Tstring gTmpDirectory;
+std::atomic<unsigned> gTmpCounter{0};
+
+bool isExecutableFile(const char* path) {
+    struct stat st;
+    return ::stat(path, &st) == 0 && S_ISREG(st.st_mode) && ::access(path, X_OK) == 0;
+}
+
+// The first directory of list (":"-separated) holding an executable name;
+// returns the directory with a trailing "/" or empty.
+Tstring searchIn(const Tstring& list, const char* name) {
+    const char* p = list.asC();
+    while (*p) {
+        const char* end = std::strchr(p, ':');
+        if (!end)
+            end = p + std::strlen(p);
+        Tstring directory(p, static_cast<unsigned int>(end - p));
+        if (directory.isEmpty())
+            directory = ".";
+        if (directory[directory.length() - 1] != '/')
+            directory += '/';
+        if (isExecutableFile((directory + name).asC()))
+            return directory;
+        p = *end ? end + 1 : end;
+    }
+    return Tstring();
+}
+
+Tstring findDirectory(const char* name) {
+    if (!name || !*name)
+        return Tstring();
+    Tstring path;
+    {
+        std::lock_guard<std::mutex> guard(gLock);
+        path = gSearchPath;
+    }
+    Tstring found = searchIn(path, name);
+    if (found.isEmpty())
+        found = searchIn(Tstring(VornGetEnv("PATH")), name);
+    return found;
+}
+
+} // namespace
+
+void FLsetpath(const char* path) {
+    std::lock_guard<std::mutex> guard(gLock);
+    gSearchPath = path;
+}
+
+void FLaddpath(const char* directory) {
+    if (!directory || !*directory)
+        return;
+    std::lock_guard<std::mutex> guard(gLock);
+    if (!gSearchPath.isEmpty())
+        gSearchPath += ':';
+    gSearchPath += directory;
+}
+
+Tstring FLgetpath() {
+    std::lock_guard<std::mutex> guard(gLock);
+    return gSearchPath;
+}
+
+Tstring FLfindcmd(const char* name) {
+    if (name && std::strchr(name, '/'))
+        return isExecutableFile(name) ? Tstring(name) : Tstring();
+    const Tstring directory = findDirectory(name);
+    return directory.isEmpty() ? directory : directory + name;
+}
+
+Tstring FLfinddriver(const char* name) {
+    if (!name || std::strchr(name, '/'))
+        return Tstring();
+    return findDirectory(name);
+}
+
+void FLsettmp(const char* directory) {
+    std::lock_guard<std::mutex> guard(gLock);
+    gTmpDirectory = directory;
+}
+
+Tstring FLtmpname(const char* prefix) {
+    Tstring directory;
+    {
+        std::lock_guard<std::mutex> guard(gLock);
+        directory = gTmpDirectory;
+    }
+    if (directory.isEmpty())
+        directory = VornGetEnv("TMPDIR");
+    if (directory.isEmpty())
+        directory = "/tmp";
+    for (;;) {
+        const Tstring name = Tstring::cformatString("%s/%s%ld_%u", directory.asC(), prefix ? prefix : "fl",
+                                                    static_cast<long>(::getpid()), gTmpCounter++);
+        struct stat st;
+        if (::lstat(name.asC(), &st) != 0)
+            return name;
+    }
+}
+
+const char* FLbasename(const char* path) noexcept {
+    if (!path)
+        return "";
+    const char* slash = std::strrchr(path, '/');
+    return slash ? slash + 1 : path;
+}

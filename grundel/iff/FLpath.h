@@ -1,0 +1,33 @@
+#pragma once
+
+#include "grundel/core/Tapi.h"
+#include "grundel/core/Tstring.h"
+
+/// The library's search path for commands and drivers: directories separated
+/// by ":". Commands and drivers are looked for there first, then along PATH.
+/// Safe to use from several threads.
+
+/// Replaces the search path; null or "" empties it.
+GRUNDEL_API void FLsetpath(const char* path);
+/// Appends one directory to the search path.
+GRUNDEL_API void FLaddpath(const char* directory);
+/// The search path as set.
+GRUNDEL_API Tstring FLgetpath();
+
+/// The full path of the executable name: name itself when it holds a "/"
+/// (and is executable); otherwise the first directory of the search path,
+/// then of PATH, that holds it. Empty when there is none.
+GRUNDEL_API Tstring FLfindcmd(const char* name);
+/// The directory, with a trailing "/", that holds an executable driver
+/// called name, looked for as FLfindcmd does; empty when there is none.
+GRUNDEL_API Tstring FLfinddriver(const char* name);
+
+/// Sets the directory for temporary files (null: back to $TMPDIR, else /tmp).
+GRUNDEL_API void FLsettmp(const char* directory);
+/// A name for a new temporary file in that directory, starting with prefix
+/// (null: "fl"), that no file has at the time of the call.
+GRUNDEL_API Tstring FLtmpname(const char* prefix);
+
+/// The last component of path: the text after its last "/" (the whole text
+/// without one); "" for null. Points into path.
+GRUNDEL_API const char* FLbasename(const char* path) noexcept;
