@@ -1,0 +1,162 @@
+// The grundel-iff tool on files it writes and on AIFF files that other
+// programs write (sox, Python's aifc module), made at run time.
+#include "FLtestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <utility>
+#include <vector>
+
+using namespace fltest;
+
+namespace {
+
+struct ToolRun {
+    int status = -1;
+    std::string output;
+};
+
+ToolRun run(const std::string& arguments) {
+    ToolRun result;
+    const std::string command = std::string(GRUNDEL_IFF_TOOL) + " " + arguments + " 2>&1";
+    std::FILE* pipe = ::popen(command.c_str(), "r");
+    if (!pipe)
+        return result;
+    char line[1024];
+    while (std::fgets(line, sizeof line, pipe))
+        result.output += line;
+    const int status = ::pclose(pipe);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+bool available(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
+
+// The top-level chunks of an AIFF file as the file declares them, read
+// without the library: (identifier, size) of the "FORM" and of each chunk in it.
+std::vector<std::pair<std::string, TuInt32>> declared(const Bytes& bytes) {
+    std::vector<std::pair<std::string, TuInt32>> out;
+    auto word = [&bytes](std::size_t at) {
+        return TuInt32(bytes[at]) << 24 | TuInt32(bytes[at + 1]) << 16 | TuInt32(bytes[at + 2]) << 8 | bytes[at + 3];
+    };
+    if (bytes.size() < 12)
+        return out;
+    out.emplace_back(std::string(bytes.begin(), bytes.begin() + 4), word(4));
+    for (std::size_t at = 12; at + 8 <= bytes.size();) {
+        const TuInt32 size = word(at + 4);
+        out.emplace_back(std::string(bytes.begin() + long(at), bytes.begin() + long(at) + 4), size);
+        at += 8 + size + (size & 1);
+    }
+    return out;
+}
+
+// The tree lines must name every declared chunk with its declared size.
+void expectTreeMatches(const std::string& path) {
+    Bytes bytes;
+    if (std::FILE* f = std::fopen(path.c_str(), "rb")) {
+        int c;
+        while ((c = std::fgetc(f)) != EOF)
+            bytes.push_back(static_cast<unsigned char>(c));
+        std::fclose(f);
+    }
+    const ToolRun tree = run("tree " + path);
+    ASSERT_EQ(tree.status, 0) << tree.output;
+    EXPECT_NE(tree.output.find("FORM 'AIFF'"), std::string::npos) << tree.output;
+    const auto chunks = declared(bytes);
+    ASSERT_GE(chunks.size(), 3u);
+    for (const auto& chunk : chunks) {
+        // "size  id", the chunks inside the form indented by two spaces.
+        EXPECT_NE(tree.output.find(std::to_string(chunk.second) + "  " + (chunk.first == "FORM" ? "" : "  ") +
+                                   chunk.first),
+                  std::string::npos)
+            << chunk.first << " " << chunk.second << "\n"
+            << tree.output;
+    }
+    EXPECT_NE(tree.output.find("COMM"), std::string::npos);
+    EXPECT_NE(tree.output.find("SSND"), std::string::npos);
+    const ToolRun check = run("check " + path);
+    EXPECT_EQ(check.status, 0) << check.output;
+    // A copy cut anywhere fails the check with the library's message.
+    TempFile cut;
+    for (std::size_t length : {bytes.size() - 1, bytes.size() / 2, std::size_t(10)}) {
+        cut.setBytes(Bytes(bytes.begin(), bytes.begin() + long(length)));
+        const ToolRun failed = run("check " + cut.path());
+        EXPECT_EQ(failed.status, 1) << "cut at " << length;
+        EXPECT_NE(failed.output.find("file incomplete"), std::string::npos) << failed.output;
+    }
+}
+
+} // namespace
+
+TEST(GrundelIff, DemoWritesAFileThatChecks) {
+    TempFile file;
+    const ToolRun demo = run("demo " + file.path());
+    ASSERT_EQ(demo.status, 0) << demo.output;
+    for (const char* expected : {"FOR4 'DEMO'", "  FORM 'SHRT'", "      ODD   pad 1", "  FOR8 'WIDE'  pad 4",
+                                 "    PRO4 'PROP'", "  CAT4 'MORE'"})
+        EXPECT_NE(demo.output.find(expected), std::string::npos) << expected << "\n" << demo.output;
+    const ToolRun check = run("check " + file.path());
+    EXPECT_EQ(check.status, 0);
+    EXPECT_NE(check.output.find("ok: 8 groups, 7 data chunks"), std::string::npos) << check.output;
+}
+
+TEST(GrundelIff, AiffWrittenBySox) {
+    if (!available("sox --version"))
+        GTEST_SKIP() << "sox is not installed";
+    TempFile sixteen(".aiff");
+    ASSERT_EQ(std::system(("sox -n -r 8000 -c 1 -b 16 " + sixteen.path() + " synth 0.01 sine 440 2>/dev/null").c_str()),
+              0);
+    expectTreeMatches(sixteen.path());
+    // 8-bit samples of an odd count: the last chunk's pad byte falls outside
+    // the size of the "FORM".
+    TempFile odd(".aiff");
+    ASSERT_EQ(std::system(("sox -n -r 8001 -c 1 -b 8 " + odd.path() + " synth 0.01 sine 440 2>/dev/null").c_str()), 0);
+    expectTreeMatches(odd.path());
+}
+
+TEST(GrundelIff, AiffWrittenByPython) {
+    TempFile file(".aiff");
+    const std::string script = "import aifc\n"
+                               "w = aifc.open('" + file.path() + "', 'wb')\n"
+                               "w.setnchannels(2); w.setsampwidth(2); w.setframerate(11025)\n"
+                               "w.writeframes(bytes(range(200)))\n"
+                               "w.close()\n";
+    if (!available("python3 -W ignore -c 'import aifc'"))
+        GTEST_SKIP() << "python3 or its aifc module is not available";
+    ASSERT_EQ(std::system(("python3 -W ignore -c \"" + script + "\"").c_str()), 0);
+    expectTreeMatches(file.path());
+}
+
+TEST(GrundelIff, BadFilesGiveAMessageAndFail) {
+    TempFile empty;
+    empty.setBytes({});
+    ToolRun result = run("check " + empty.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("empty"), std::string::npos);
+    TempFile text;
+    text.setBytes(fltest::text("just some text, not chunks\n"));
+    result = run("tree " + text.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("(12) bad root block"), std::string::npos) << result.output;
+    result = run("check /tmp");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("(11) not a file"), std::string::npos) << result.output;
+    result = run("check /no/such/file.iff");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("(40)"), std::string::npos) << result.output;
+}
+
+TEST(GrundelIff, HelpAndUsage) {
+    for (const char* command : {"tree", "check", "demo"}) {
+        const ToolRun help = run(std::string(command) + " --help");
+        EXPECT_EQ(help.status, 0);
+        EXPECT_NE(help.output.find(std::string("usage: grundel-iff ") + command), std::string::npos);
+    }
+    EXPECT_EQ(run("").status, 2);
+    EXPECT_EQ(run("frobnicate x").status, 2);
+    EXPECT_EQ(run("tree").status, 2);
+}
