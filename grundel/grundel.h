@@ -51,7 +51,6 @@
 #include "grundel/math/TuvPoint.h"
 #include "grundel/math/TxformMatrix.h"
 #include "grundel/object/TapiPtrBase.h"
-#include "grundel/object/TclientData.h"
 #include "grundel/object/TdelayedMsgType.h"
 #include "grundel/object/TmessageData.h"
 #include "grundel/object/Tmetaclass.h"
