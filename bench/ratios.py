@@ -14,19 +14,28 @@ NAME = re.compile(r"^(?P<case>[^<]+)<(?P<impl>.+?)>(?P<args>(/.*)?)$")
 
 def main():
     data = json.load(open(sys.argv[1]) if len(sys.argv) > 1 else sys.stdin)
-    groups = {}
+    # Per case and implementation: the median aggregate when repetitions
+    # were run, otherwise the median of the single runs (in any order).
+    medians = {}
+    singles = {}
     order = []
     for run in data["benchmarks"]:
-        if run.get("run_type") == "aggregate" and run.get("aggregate_name") != "median":
-            continue
-        m = NAME.match(run["run_name"] if "run_name" in run else run["name"])
+        m = NAME.match(run.get("run_name", run["name"]))
         if not m:
             continue
         key = (m["case"], m["args"])
-        if key not in groups:
-            groups[key] = {}
+        if key not in order:
             order.append(key)
-        groups[key].setdefault(m["impl"], run["real_time"])
+        if run.get("run_type") == "aggregate":
+            if run.get("aggregate_name") == "median":
+                medians.setdefault(key, {})[m["impl"]] = run["real_time"]
+        else:
+            singles.setdefault(key, {}).setdefault(m["impl"], []).append(run["real_time"])
+    groups = {}
+    for key in order:
+        times = {impl: sorted(values)[len(values) // 2] for impl, values in singles.get(key, {}).items()}
+        times.update(medians.get(key, {}))
+        groups[key] = times
     print(f"{'case':40} {'ours':>12} {'peer':>12} {'peer/ours':>10}  peer")
     for key in order:
         impls = list(groups[key].items())

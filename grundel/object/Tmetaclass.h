@@ -230,4 +230,4 @@ public:                                                                         
     void* Class::cast(Tmetaclass* type) noexcept {                                                 \
         return grundel::detail::castClass(grundel::detail::TparentList<__VA_ARGS__>{}, this, type);\
     }                                                                                              \
-    void* Class::construct(Tmetaclass*) { return grundel::detail::newInstance<Class>(); }
+    [[maybe_unused]] void* Class::construct(Tmetaclass*) { return grundel::detail::newInstance<Class>(); }

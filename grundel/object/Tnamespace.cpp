@@ -275,15 +275,8 @@ bool TnamespaceUtil::removeNamespace(Tnamespace* space, bool moveContents) {
     if (!space || space == g.root || space == g.ui || !space->parent())
         return false;
     Tnamespace* parent = space->parent();
-    if (moveContents) {
-        const Tnamespace::Table entries = space->fTable;
-        for (const auto& entry : entries) {
-            if (Tnamespace* child = asNamespace(entry.second))
-                renameNamespace(child, parent, entry.first, kClashMakeUnique, kNamespaceMerge);
-            else
-                renameNameObject(entry.second, parent, entry.first, kClashMakeUnique);
-        }
-    }
+    if (moveContents)
+        moveAll(space, parent, kClashMakeUnique, kNamespaceMerge);
     if (parent->owns(space)) {
         delete space;
     } else {
@@ -292,6 +285,17 @@ bool TnamespaceUtil::removeNamespace(Tnamespace* space, bool moveContents) {
         space->setParent(nullptr);
     }
     return true;
+}
+
+void TnamespaceUtil::moveAll(Tnamespace* space, Tnamespace* target, TclashResolution clash,
+                                  TnamespaceResolution resolution) {
+    const Tnamespace::Table entries = space->fTable; // the moves change the table
+    for (const auto& entry : entries) {
+        if (Tnamespace* child = asNamespace(entry.second))
+            renameNamespace(child, target, entry.first, clash, resolution);
+        else
+            renameNameObject(entry.second, target, entry.first, clash);
+    }
 }
 
 bool TnamespaceUtil::renameNameObject(TnameObject* object, Tnamespace* target, const TnameString& name,
@@ -318,13 +322,7 @@ bool TnamespaceUtil::renameNamespace(Tnamespace* space, Tnamespace* target, cons
         if (resolution == kNamespaceRefuse)
             return false;
         if (resolution == kNamespaceMerge) {
-            const Tnamespace::Table entries = space->fTable;
-            for (const auto& entry : entries) {
-                if (Tnamespace* child = asNamespace(entry.second))
-                    renameNamespace(child, existing, entry.first, clash, resolution);
-                else
-                    renameNameObject(entry.second, existing, entry.first, clash);
-            }
+            moveAll(space, existing, clash, resolution);
             return true; // the emptied namespace goes with its parent
         }
         clash = kClashMakeUnique;

@@ -150,6 +150,9 @@ private:
     static bool renameNamespace(Tnamespace* space, Tnamespace* target, const TnameString& name,
                                 TclashResolution clash, TnamespaceResolution resolution);
     static void rebuildNamespacePaths(Tnamespace* space);
+    /// Moves every object and namespace of space into target.
+    static void moveAll(Tnamespace* space, Tnamespace* target, TclashResolution clash,
+                        TnamespaceResolution resolution);
 };
 
 /// Finds namespaces from paths ("a:b", ":a:b" from the root).
