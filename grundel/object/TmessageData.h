@@ -2,15 +2,25 @@
 
 #include "grundel/core/Tapi.h"
 
+#include <functional>
+
 class Tmetaclass;
 class TclientArray;
 
 /// One entry of a server's message table: a message class and the table of
-/// the clients registered for it. This holds the data layout.
+/// the clients registered for it (owned by the server). A message table is
+/// kept sorted by class record address, one entry per class, so that a
+/// notification finds its clients with one binary search.
 struct GRUNDEL_API TmessageData {
     TmessageData() noexcept = default;
     TmessageData(Tmetaclass* messageClass, TclientArray* clients) noexcept
         : fMessageClass(messageClass), fClients(clients) {}
+
+    /// The order of a message table: true when entry sorts before the
+    /// entry of messageClass.
+    static bool before(const TmessageData& entry, const Tmetaclass* messageClass) noexcept {
+        return std::less<const Tmetaclass*>()(entry.fMessageClass, messageClass);
+    }
 
     friend bool operator==(const TmessageData& a, const TmessageData& b) noexcept {
         return a.fMessageClass == b.fMessageClass && a.fClients == b.fClients;
