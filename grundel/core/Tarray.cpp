@@ -2,13 +2,11 @@
 
 #include "grundel/core/TarrayStorage_p.h"
 #include "grundel/core/Texception.h"
-#include "grundel/core/TfootprintInfo.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <utility>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -17,8 +15,6 @@
 namespace {
 
 constexpr const char* kCategory = "Arrays";
-// What the statistics count for the array object itself.
-constexpr TuInt64 kFootprintHeaderBytes = 24;
 
 struct FreeDeleter {
     void operator()(void* p) const noexcept { std::free(p); }
@@ -102,11 +98,9 @@ using namespace grundel::detail;
 
 // -- Tarray ------------------------------------------------------------------
 
-Tarray::Tarray(TuInt32 elementSize, TuInt32 sizeIncrement) noexcept
-    : fLength(0), fPhysicalSize(0), fSizeIncrement(sizeIncrement),
-      fElementSize(elementSize ? elementSize : 1), fData(nullptr) {}
+Tarray::Tarray(TuInt32 elementSize, TuInt32 sizeIncrement) noexcept : TarrayBase(elementSize, sizeIncrement) {}
 
-Tarray::~Tarray() { arrayRelease(fData, bytesFor(fPhysicalSize)); }
+Tarray::~Tarray() = default;
 
 int Tarray::create(TuInt32 n, TuInt32 sizeIncrement) {
     allocateArray(n);
@@ -115,10 +109,7 @@ int Tarray::create(TuInt32 n, TuInt32 sizeIncrement) {
 }
 
 void Tarray::allocateArray(TuInt32 n) {
-    void* p = n ? arrayAllocate(bytesFor(n), kCategory) : nullptr;
-    arrayRelease(fData, bytesFor(fPhysicalSize));
-    fData = static_cast<char*>(p);
-    fLength = fPhysicalSize = n;
+    replaceStorage(n ? arrayAllocate(bytesFor(n), kCategory) : nullptr, n);
 }
 
 int Tarray::createAndInitialise(const void* value, TuInt32 n, TuInt32 sizeIncrement) {
@@ -160,9 +151,7 @@ void* Tarray::reallocate(std::size_t oldBytes, std::size_t newBytes, void* stora
 
 void Tarray::changePhysicalSizeTo(TuInt32 n) {
     if (n == 0) {
-        arrayRelease(fData, bytesFor(fPhysicalSize));
-        fData = nullptr;
-        fLength = fPhysicalSize = 0;
+        replaceStorage(nullptr, 0);
         return;
     }
     if (fData && bytesFor(n) == bytesFor(fPhysicalSize))
@@ -175,27 +164,11 @@ void Tarray::changePhysicalSizeTo(TuInt32 n) {
         fLength = n;
 }
 
-void Tarray::pack() {
-    if (fPhysicalSize > fLength)
-        changePhysicalSizeTo(fLength);
-}
-
-void Tarray::buffer(TuInt32 n) {
-    const TuInt64 wanted = TuInt64(fLength) + n;
-    if (wanted > fPhysicalSize)
-        changePhysicalSizeTo(checkedCount(wanted, fElementSize));
-}
-
 void Tarray::changeLogicalSizeTo(TuInt32 n) {
     if (n == 0)
         fLength = 0;
     else
         expandArray(n);
-}
-
-void Tarray::changeLogicalSizeBy(Tint32 delta) {
-    const Tint64 n = Tint64(fLength) + delta;
-    changeLogicalSizeTo(n <= 0 ? 0 : checkedCount(TuInt64(n), fElementSize));
 }
 
 int Tarray::removeAt(TuInt32 at, TuInt32 count) {
@@ -214,16 +187,6 @@ int Tarray::removeAt(TuInt32 at, TuInt32 count) {
 
 int Tarray::removeLast(TuInt32 count) noexcept {
     fLength = count >= fLength ? 0 : fLength - count;
-    return kArrayOk;
-}
-
-int Tarray::setArray(void* storage, TuInt32 physicalSize, TuInt32 length) {
-    changePhysicalSizeTo(0);
-    if (storage) {
-        fData = static_cast<char*>(storage);
-        fPhysicalSize = physicalSize;
-        fLength = length < physicalSize ? length : physicalSize;
-    }
     return kArrayOk;
 }
 
@@ -311,10 +274,7 @@ int Tarray::copyElements(TuInt32 at, const void* source, TuInt32 count) {
 }
 
 int Tarray::copyFrom(const Tarray& source, TuInt32 from, TuInt32 count) {
-    if (from > source.fLength)
-        from = source.fLength;
-    if (count > source.fLength - from)
-        count = source.fLength - from;
+    source.clampRange(from, count);
     if (count == 0) {
         fLength = 0;
         return kArrayOk;
@@ -332,29 +292,11 @@ int Tarray::copyFrom(const Tarray& source, TuInt32 from, TuInt32 count) {
 }
 
 int Tarray::catenateFrom(const Tarray& source, TuInt32 from, TuInt32 count) {
-    if (from > source.fLength)
-        from = source.fLength;
-    if (count > source.fLength - from)
-        count = source.fLength - from;
+    source.clampRange(from, count);
     return copyElements(fLength, source.address(from), count);
 }
 
-void Tarray::swapWith(Tarray& other) noexcept {
-    std::swap(fLength, other.fLength);
-    std::swap(fPhysicalSize, other.fPhysicalSize);
-    std::swap(fSizeIncrement, other.fSizeIncrement);
-    std::swap(fData, other.fData);
-}
-
 void Tarray::sGetArrayFootprint(const Tarray* array, TfootprintInfo& info, const char* label) {
-    if (!array)
-        return;
-    info.setSize(TuInt64(array->fElementSize) * array->fPhysicalSize + kFootprintHeaderBytes, label);
-    if (array->fElementSize < sizeof(void*))
-        return;
-    for (TuInt32 i = 0; i < array->fLength; ++i) {
-        const void* p;
-        std::memcpy(&p, array->address(i), sizeof p);
-        info.addPtr(p);
-    }
+    if (array)
+        array->reportFootprint(info, label, true);
 }

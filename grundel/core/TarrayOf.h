@@ -75,6 +75,37 @@ struct TelementHooks {
     static void destroy(void* storage, TuInt32 count) noexcept { destruct(storage, 0, count); }
 };
 
+/// The element hooks of the object and sorted members, over Base (TobjArray
+/// or TsortedArray) holding elements of type T. The destructor releases the
+/// elements before Base frees the storage.
+template <class Base, class T>
+class GRUNDEL_API TelementArrayOf : public Base {
+    using Hooks = TelementHooks<T>;
+
+public:
+    using Base::Base;
+    ~TelementArrayOf() override {
+        Hooks::destruct(this->fData, 0, this->fLength);
+        this->fLength = 0;
+    }
+
+    void construct(TuInt32 from, TuInt32 to) override { Hooks::construct(this->fData, from, to); }
+    void destruct(TuInt32 from, TuInt32 to) override { Hooks::destruct(this->fData, from, to); }
+    void shuffle(TuInt32 at, int direction, TuInt32 count) override {
+        Hooks::shuffle(this->fData, this->fLength, at, direction, count);
+    }
+    void initialize(const void* source, void* destination, TuInt32 count) override {
+        Hooks::initialize(source, destination, count);
+    }
+    void destroy(void* storage, TuInt32 count) override { Hooks::destroy(storage, count); }
+    void expandArray(TuInt32 n) override {
+        if constexpr (TrelocatableElement<T>::value)
+            this->expandRelocating(n);
+        else
+            Base::expandArray(n);
+    }
+};
+
 /// Plain members: elements of plain bytes, moved and compared as bytes.
 template <class Self, class T>
 class GRUNDEL_API TarrayOf : public Tarray {
@@ -141,18 +172,18 @@ public:
 
 /// Object members: elements built, copied and released through their type.
 template <class Self, class T>
-class GRUNDEL_API TobjArrayOf : public TobjArray {
-    using Hooks = TelementHooks<T>;
+class GRUNDEL_API TobjArrayOf : public TelementArrayOf<TobjArray, T> {
+    using Base = TelementArrayOf<TobjArray, T>;
+
+protected:
+    // Names from the dependent base that the members below use.
+    using Base::fData, Base::fLength, Base::fPhysicalSize, Base::swapWith;
 
 public:
     using Element = T;
+    using Base::create, Base::insertElement, Base::removeAt, Base::changeLogicalSizeTo;
 
-    explicit TobjArrayOf(TuInt32 sizeIncrement = kDefaultSizeIncrement) noexcept
-        : TobjArray(sizeof(T), sizeIncrement) {}
-    ~TobjArrayOf() override {
-        Hooks::destruct(fData, 0, fLength);
-        fLength = 0;
-    }
+    explicit TobjArrayOf(TuInt32 sizeIncrement = kDefaultSizeIncrement) noexcept : Base(sizeof(T), sizeIncrement) {}
 
     /// n copies of value (which may be one of ours). Returns 0.
     int createAndSet(const T& value, TuInt32 n, TuInt32 sizeIncrement) {
@@ -232,7 +263,7 @@ public:
     int copy(const Self& other) { return copy(other, 0, other.fLength); }
     int copy(const Self& other, TuInt32 count) { return copy(other, 0, count); }
     int copy(const Self& other, TuInt32 from, TuInt32 count) {
-        clampRange(other, from, count);
+        other.clampRange(from, count);
         if (&other == this) {
             std::copy(data() + from, data() + from + count, data());
             changeLogicalSizeTo(count);
@@ -247,7 +278,7 @@ public:
     int catenate(const Self& other) { return catenate(other, 0, other.fLength); }
     int catenate(const Self& other, TuInt32 count) { return catenate(other, 0, count); }
     int catenate(const Self& other, TuInt32 from, TuInt32 count) {
-        clampRange(other, from, count);
+        other.clampRange(from, count);
         const TuInt32 at = fLength;
         insertElement(at, count);
         // Read other only now: growth moves our own elements.
@@ -259,29 +290,7 @@ public:
     /// copied.
     void swap(Self& other) noexcept { swapWith(other); }
 
-    void construct(TuInt32 from, TuInt32 to) override { Hooks::construct(fData, from, to); }
-    void destruct(TuInt32 from, TuInt32 to) override { Hooks::destruct(fData, from, to); }
-    void shuffle(TuInt32 at, int direction, TuInt32 count) override {
-        Hooks::shuffle(fData, fLength, at, direction, count);
-    }
-    void initialize(const void* source, void* destination, TuInt32 count) override {
-        Hooks::initialize(source, destination, count);
-    }
-    void destroy(void* storage, TuInt32 count) override { Hooks::destroy(storage, count); }
-    void expandArray(TuInt32 n) override {
-        if constexpr (TrelocatableElement<T>::value)
-            expandRelocating(n);
-        else
-            TobjArray::expandArray(n);
-    }
-
 private:
-    static void clampRange(const Self& other, TuInt32& from, TuInt32& count) noexcept {
-        if (from > other.fLength)
-            from = other.fLength;
-        if (count > other.fLength - from)
-            count = other.fLength - from;
-    }
     int insertCopy(const T& value, TuInt32 at) {
         if (at > fLength)
             at = fLength;
@@ -303,18 +312,19 @@ struct TnaturalOrder {
 
 /// Sorted members: a TsortedArray kept in Order.
 template <class Self, class T, class Order = TnaturalOrder<T>>
-class GRUNDEL_API TsortedArrayOf : public TsortedArray {
-    using Hooks = TelementHooks<T>;
+class GRUNDEL_API TsortedArrayOf : public TelementArrayOf<TsortedArray, T> {
+    using Base = TelementArrayOf<TsortedArray, T>;
+
+protected:
+    // Names from the dependent base that the members below use.
+    using Base::fData, Base::fLength, Base::fPhysicalSize, Base::fAllowDuplicates;
 
 public:
     using Element = T;
+    using Base::insertElement, Base::removeAt, Base::changeLogicalSizeTo;
 
     explicit TsortedArrayOf(bool allowDuplicates = false, TuInt32 sizeIncrement = kDefaultSizeIncrement) noexcept
-        : TsortedArray(sizeof(T), allowDuplicates, sizeIncrement) {}
-    ~TsortedArrayOf() override {
-        Hooks::destruct(fData, 0, fLength);
-        fLength = 0;
-    }
+        : Base(sizeof(T), allowDuplicates, sizeIncrement) {}
 
     /// No bounds check. Elements change only through change().
     const T& operator[](TuInt32 i) const noexcept { return data()[i]; }
@@ -420,21 +430,8 @@ protected:
     const T* data() const noexcept { return reinterpret_cast<const T*>(fData); }
     T* data() noexcept { return reinterpret_cast<T*>(fData); }
 
-    void construct(TuInt32 from, TuInt32 to) override { Hooks::construct(fData, from, to); }
-    void destruct(TuInt32 from, TuInt32 to) override { Hooks::destruct(fData, from, to); }
-    void shuffle(TuInt32 at, int direction, TuInt32 count) override {
-        Hooks::shuffle(fData, fLength, at, direction, count);
-    }
-    void initialize(const void* source, void* destination, TuInt32 count) override {
-        Hooks::initialize(source, destination, count);
-    }
-    void destroy(void* storage, TuInt32 count) override { Hooks::destroy(storage, count); }
-    void expandArray(TuInt32 n) override {
-        if constexpr (TrelocatableElement<T>::value)
-            expandRelocating(n);
-        else
-            TobjArray::expandArray(n);
-    }
+    // A sorted member keeps its element hooks protected.
+    using Base::construct, Base::destruct, Base::shuffle, Base::initialize, Base::destroy, Base::expandArray;
 
 private:
     /// Whether value may sit between the elements before and after, the

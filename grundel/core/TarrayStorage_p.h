@@ -3,7 +3,7 @@
 // Storage of the array family, shared by Tarray and TobjArray: the heap below
 // kArrayMappedBytes, mapped pages from it on. Every free decides between the
 // two by the byte size alone, so callers must pass the size the storage was
-// made with.
+// made with. TarrayStorage.cpp also holds TarrayBase, for both classes.
 
 #include "grundel/core/Tarray.h"
 

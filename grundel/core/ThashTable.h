@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <new>
+#include <utility>
 
 /// Head of every entry of a ThashTable. A typed table derives its entry
 /// from it, adds key and value, and allocates each entry with new.
@@ -200,6 +201,59 @@ private:
     ThashTableEntry** fTable;
 };
 
+namespace grundel::detail {
+
+/// What every typed table does alike, written once: Self is the table and E
+/// its entry type. Copies keep the entries, their order and the limits, and
+/// raise TmemoryException when memory runs out; a moved-from table is empty
+/// with the default limits; assignment copies first, so that a failure
+/// leaves the target as it was. The destructor frees the entries.
+template <class Self, class E>
+class GRUNDEL_API ThashTableOf : public ThashTable {
+protected:
+    using Entry = E;
+
+    explicit ThashTableOf(TuInt32 minimumSize, TuInt32 maximumSize) noexcept
+        : ThashTable(minimumSize, maximumSize) {}
+    ThashTableOf(const ThashTableOf& other) : ThashTable(other) { copyEntriesFrom<Entry>(other); }
+    ThashTableOf(ThashTableOf&& other) noexcept : ThashTable() { swapTable(other); }
+    ThashTableOf& operator=(const ThashTableOf& other) {
+        if (this != &other) {
+            Self copy(static_cast<const Self&>(other));
+            swapTable(copy);
+        }
+        return *this;
+    }
+    ThashTableOf& operator=(ThashTableOf&& other) noexcept {
+        if (this != &other) {
+            Self taken(std::move(static_cast<Self&>(other)));
+            swapTable(taken);
+        }
+        return *this;
+    }
+    ~ThashTableOf() override { destroyEntries<Entry>(); }
+
+    /// Frees every entry and returns to the minimum size.
+    void reset() noexcept {
+        destroyEntries<Entry>();
+        reinitializeTable();
+    }
+
+    /// Unlinks and frees the first entry that findEntry() would return, then
+    /// may shrink the table. False when there is none.
+    template <class Match>
+    bool removeEntry(TuInt32 hash, Match match) noexcept {
+        Entry* e = unlinkEntry<Entry>(hash, match);
+        if (!e)
+            return false;
+        delete e;
+        shrinkTable();
+        return true;
+    }
+};
+
+} // namespace grundel::detail
+
 /// Walks a ThashTable: bucket by bucket from index 0, and inside a bucket
 /// newest entry first. The order changes whenever the table is resized, so
 /// a walk that adds or removes entries runs under ThashTable::lockSize().
@@ -231,6 +285,20 @@ protected:
     TuInt32 bucket() const noexcept { return fBucket; }
     /// The entry last handed out (null before the walk and after its end).
     ThashTableEntry* current() const noexcept { return fCurrent; }
+    /// current() as the table's entry type.
+    template <class Entry>
+    const Entry* currentAs() const noexcept {
+        return static_cast<const Entry*>(fCurrent);
+    }
+    /// Copies field of the current entry into out: false, with out
+    /// unchanged, when there is no current entry.
+    template <class Entry, class Field, class Out>
+    bool copyCurrent(Field Entry::*field, Out& out) const noexcept {
+        if (!fCurrent)
+            return false;
+        out = currentAs<Entry>()->*field;
+        return true;
+    }
     const ThashTable& table() const noexcept { return *fHashTable; }
 
 private:

@@ -3,7 +3,6 @@
 #include "grundel/core/Tcrc32.h"
 
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -17,39 +16,6 @@ TuInt32 TkeyWordHashTable::hashOf(TcharString key) noexcept {
     return Tcrc32::calc(key.value(), std::strlen(key.value()));
 }
 
-TkeyWordHashTable::TkeyWordHashTable(const TkeyWordHashTable& other) : ThashTable(other) {
-    copyEntriesFrom<Entry>(other);
-}
-
-TkeyWordHashTable::TkeyWordHashTable(TkeyWordHashTable&& other) noexcept : ThashTable() {
-    swapTable(other);
-}
-
-TkeyWordHashTable& TkeyWordHashTable::operator=(const TkeyWordHashTable& other) {
-    if (this != &other) {
-        TkeyWordHashTable copy(other);
-        swapTable(copy);
-    }
-    return *this;
-}
-
-TkeyWordHashTable& TkeyWordHashTable::operator=(TkeyWordHashTable&& other) noexcept {
-    if (this != &other) {
-        TkeyWordHashTable taken(std::move(other));
-        swapTable(taken);
-    }
-    return *this;
-}
-
-TkeyWordHashTable::~TkeyWordHashTable() { clearall(); }
-
-void TkeyWordHashTable::clearall() noexcept { destroyEntries<Entry>(); }
-
-void TkeyWordHashTable::reset() noexcept {
-    clearall();
-    reinitializeTable();
-}
-
 bool TkeyWordHashTable::insert(TcharString key) {
     Entry* e = newEntry<Entry>();
     e->fKey = key;
@@ -61,17 +27,5 @@ bool TkeyWordHashTable::find(TcharString key) const noexcept {
 }
 
 bool TkeyWordHashTable::remove(TcharString key) noexcept {
-    Entry* e = unlinkEntry<Entry>(hashOf(key), [&key](const Entry& x) { return sameKey(x.fKey, key); });
-    if (!e)
-        return false;
-    delete e;
-    shrinkTable();
-    return true;
-}
-
-bool TkeyWordHashTable::Iterator::getKey(TcharString& key) const noexcept {
-    if (!current())
-        return false;
-    key = static_cast<const Entry*>(current())->fKey;
-    return true;
+    return removeEntry(hashOf(key), [&key](const Entry& x) { return sameKey(x.fKey, key); });
 }

@@ -1,27 +1,19 @@
 #include "grundel/core/TobjArray.h"
 
 #include "grundel/core/TarrayStorage_p.h"
-#include "grundel/core/TfootprintInfo.h"
 #include "grundel/core/mmapAlloc.h"
-
-#include <cstring>
-#include <utility>
 
 using namespace grundel::detail;
 
 namespace {
 
 constexpr const char* kCategory = "Object Arrays";
-// What the statistics count for the array object itself.
-constexpr TuInt64 kFootprintHeaderBytes = 24;
 
 } // namespace
 
-TobjArray::TobjArray(TuInt32 elementSize, TuInt32 sizeIncrement) noexcept
-    : fLength(0), fPhysicalSize(0), fSizeIncrement(sizeIncrement),
-      fElementSize(elementSize ? elementSize : 1), fData(nullptr) {}
+TobjArray::TobjArray(TuInt32 elementSize, TuInt32 sizeIncrement) noexcept : TarrayBase(elementSize, sizeIncrement) {}
 
-TobjArray::~TobjArray() { arrayRelease(fData, bytesFor(fPhysicalSize)); }
+TobjArray::~TobjArray() = default;
 
 void TobjArray::construct(TuInt32, TuInt32) {}
 void TobjArray::destruct(TuInt32, TuInt32) {}
@@ -42,9 +34,7 @@ void TobjArray::allocateArray(TuInt32 n) {
     // The new storage first, so that a failure leaves the elements alone.
     void* p = n ? arrayAllocate(bytesFor(n), kCategory) : nullptr;
     destruct(0, fLength);
-    arrayRelease(fData, bytesFor(fPhysicalSize));
-    fData = static_cast<char*>(p);
-    fLength = fPhysicalSize = n;
+    replaceStorage(p, n);
 }
 
 void TobjArray::expandArray(TuInt32 n) { expand(n, false); }
@@ -86,9 +76,7 @@ void* TobjArray::reallocate(std::size_t oldBytes, std::size_t newBytes, void* st
 void TobjArray::changePhysicalSizeTo(TuInt32 n) {
     if (n == 0) {
         destruct(0, fLength);
-        arrayRelease(fData, bytesFor(fPhysicalSize));
-        fData = nullptr;
-        fLength = fPhysicalSize = 0;
+        replaceStorage(nullptr, 0);
         return;
     }
     if (fData && bytesFor(n) == bytesFor(fPhysicalSize))
@@ -144,54 +132,13 @@ void TobjArray::changeLogicalSizeTo(TuInt32 n) {
     }
 }
 
-void TobjArray::changeLogicalSizeBy(Tint32 delta) {
-    const Tint64 n = Tint64(fLength) + delta;
-    changeLogicalSizeTo(n <= 0 ? 0 : checkedCount(TuInt64(n), fElementSize));
-}
-
-void TobjArray::pack() {
-    if (fPhysicalSize > fLength)
-        changePhysicalSizeTo(fLength);
-}
-
-void TobjArray::buffer(TuInt32 n) {
-    const TuInt64 wanted = TuInt64(fLength) + n;
-    if (wanted > fPhysicalSize)
-        changePhysicalSizeTo(checkedCount(wanted, fElementSize));
-}
-
 void TobjArray::reset() {
     destruct(0, fLength);
     fLength = 0;
 }
 
-int TobjArray::setArray(void* storage, TuInt32 physicalSize, TuInt32 length) {
-    changePhysicalSizeTo(0);
-    if (storage) {
-        fData = static_cast<char*>(storage);
-        fPhysicalSize = physicalSize;
-        fLength = length < physicalSize ? length : physicalSize;
-    }
-    return kArrayOk;
-}
-
-void TobjArray::swapWith(TobjArray& other) noexcept {
-    std::swap(fLength, other.fLength);
-    std::swap(fPhysicalSize, other.fPhysicalSize);
-    std::swap(fSizeIncrement, other.fSizeIncrement);
-    std::swap(fData, other.fData);
-}
-
 void TobjArray::sGetArrayFootprint(const TobjArray* array, TfootprintInfo& info, const char* label,
                                    bool followPointers) {
-    if (!array)
-        return;
-    info.setSize(TuInt64(array->fElementSize) * array->fPhysicalSize + kFootprintHeaderBytes, label);
-    if (!followPointers || array->fElementSize < sizeof(void*))
-        return;
-    for (TuInt32 i = 0; i < array->fLength; ++i) {
-        const void* p;
-        std::memcpy(&p, array->address(i), sizeof p);
-        info.addPtr(p);
-    }
+    if (array)
+        array->reportFootprint(info, label, followPointers);
 }

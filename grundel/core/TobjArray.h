@@ -19,7 +19,7 @@ class TfootprintInfo;
 /// reached from this destructor); TobjArray's frees the storage. Raises
 /// TmemoryException, leaving the array as it was, when storage cannot be had.
 /// Not locked: one thread at a time.
-class GRUNDEL_API TobjArray {
+class GRUNDEL_API TobjArray : public grundel::detail::TarrayBase<TobjArray> {
 public:
     /// An empty array without storage. An element size of 0 is taken as 1.
     TobjArray(TuInt32 elementSize, TuInt32 sizeIncrement) noexcept;
@@ -51,13 +51,6 @@ public:
     /// Tarray does; it builds and releases no elements.
     virtual void expandArray(TuInt32 n);
 
-    TuInt32 length() const noexcept { return fLength; }
-    TuInt32 physicalSize() const noexcept { return fPhysicalSize; }
-    bool isEmpty() const noexcept { return fLength == 0; }
-    TuInt32 sizeIncrement() const noexcept { return fSizeIncrement; }
-    TuInt32 elementSize() const noexcept { return fElementSize; }
-    void setSizeIncrement(TuInt32 n) noexcept { fSizeIncrement = n; }
-
     /// count default elements at at (clamped to the length). Returns 0.
     int insertElement(TuInt32 at, TuInt32 count = 1);
     /// Releases count elements from at (count clamped to the end). At the last
@@ -66,23 +59,13 @@ public:
     int removeAt(TuInt32 at, TuInt32 count = 1);
     /// Length n: elements beyond it are released, new ones built.
     void changeLogicalSizeTo(TuInt32 n);
-    /// changeLogicalSizeTo(length + delta); a result below 0 counts as 0.
-    void changeLogicalSizeBy(Tint32 delta);
     /// Brings the storage to n elements (0 releases it), releasing the
     /// elements beyond n.
     void changePhysicalSizeTo(TuInt32 n);
-    /// Storage down to the length (released when the array is empty).
-    void pack();
-    /// Makes room for n more elements without changing the length.
-    void buffer(TuInt32 n);
     /// Releases every element; the storage is kept.
     void reset();
     /// The same as reset().
     void resetLogicalSize() { reset(); }
-    /// Releases the elements and the storage, then adopts storage (unless
-    /// null) holding length built elements. Storage of 64512 bytes or more
-    /// must come from mmapAlloc, smaller storage from malloc. Returns 0.
-    int setArray(void* storage, TuInt32 physicalSize, TuInt32 length);
 
     /// Reports elementSize × physicalSize + 24 bytes under label and, with
     /// followPointers, offers the first word of each element as a pointer
@@ -91,8 +74,6 @@ public:
                                    bool followPointers);
 
 protected:
-    void* address(TuInt32 i) const noexcept { return fData + std::size_t(i) * fElementSize; }
-    std::size_t bytesFor(TuInt32 n) const noexcept { return std::size_t(n) * fElementSize; }
     /// Moves the storage from oldBytes to newBytes, relocating the live
     /// elements (up to the new size) through initialize and destroy unless
     /// the mapped pages can change size in place. Returns the new storage;
@@ -102,18 +83,12 @@ protected:
     /// bytes (nothing points into them): their storage then moves as Tarray's
     /// does, without copying and releasing each element.
     void expandRelocating(TuInt32 n);
-    /// Exchanges everything but the element size.
-    void swapWith(TobjArray& other) noexcept;
-
-    TuInt32 fLength;
-    TuInt32 fPhysicalSize;
-    TuInt32 fSizeIncrement;
-    TuInt32 fElementSize;
-    char* fData;
 
 private:
     void expand(TuInt32 n, bool relocateBytes);
 };
+
+extern template class grundel::detail::TarrayBase<TobjArray>;
 
 /// The parent of the sorted members: a TobjArray kept in ascending order,
 /// with or without equal elements. The order itself belongs to each member.

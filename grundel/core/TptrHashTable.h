@@ -2,25 +2,31 @@
 
 #include "grundel/core/ThashTable.h"
 
+namespace grundel::detail {
+struct GRUNDEL_API TptrHashEntry : ThashTableEntry {
+    const void* fKey = nullptr;
+};
+} // namespace grundel::detail
+
 /// A multiset of pointers, hashed with Tcrc32 over all eight bytes of the
 /// pointer value and compared by identity. The pointers are never followed;
 /// null is a key like any other.
 ///
 /// Insertion raises TmemoryException when no memory is left for the entry
 /// (nothing is added then). One thread at a time.
-class GRUNDEL_API TptrHashTable : public ThashTable {
+class GRUNDEL_API TptrHashTable
+    : public grundel::detail::ThashTableOf<TptrHashTable, grundel::detail::TptrHashEntry> {
 public:
     explicit TptrHashTable(TuInt32 minimumSize = 8, TuInt32 maximumSize = kLargestSize) noexcept
-        : ThashTable(minimumSize, maximumSize) {}
+        : ThashTableOf(minimumSize, maximumSize) {}
     /// Copies the keys and the limits; raises TmemoryException when memory
     /// runs out.
-    TptrHashTable(const TptrHashTable& other);
+    TptrHashTable(const TptrHashTable& other) = default;
     /// The moved-from table is left empty, with the default limits.
-    TptrHashTable(TptrHashTable&& other) noexcept;
+    TptrHashTable(TptrHashTable&& other) noexcept = default;
     /// On failure this table is unchanged.
-    TptrHashTable& operator=(const TptrHashTable& other);
-    TptrHashTable& operator=(TptrHashTable&& other) noexcept;
-    ~TptrHashTable() override;
+    TptrHashTable& operator=(const TptrHashTable& other) = default;
+    TptrHashTable& operator=(TptrHashTable&& other) noexcept = default;
 
     /// Adds the key without looking for an equal one. False only when the
     /// table could not grow (the key is stored all the same).
@@ -30,7 +36,7 @@ public:
     /// Removes one entry of that pointer; false when absent.
     bool remove(const void* key) noexcept;
     /// Removes every key and returns to the minimum size.
-    void reset() noexcept;
+    using ThashTableOf::reset;
 
     /// The hash of a pointer key.
     static TuInt32 hashOf(const void* key) noexcept;
@@ -41,12 +47,6 @@ public:
         bool first() noexcept { return _first() != nullptr; }
         bool next() noexcept { return _next() != nullptr; }
         /// Copies the current key out; false (key unchanged) without one.
-        bool getKey(const void*& key) const noexcept;
+        bool getKey(const void*& key) const noexcept { return copyCurrent(&Entry::fKey, key); }
     };
-
-private:
-    struct Entry : ThashTableEntry {
-        const void* fKey = nullptr;
-    };
-    void clearall() noexcept;
 };

@@ -1,7 +1,6 @@
 #include "grundel/core/TstringHashTable.h"
 
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -14,39 +13,6 @@ inline bool sameText(const Tstring& a, const Tstring& b) noexcept {
 } // namespace
 
 // -- TstringHashTable -------------------------------------------------------------
-
-TstringHashTable::TstringHashTable(const TstringHashTable& other) : ThashTable(other) {
-    copyEntriesFrom<Entry>(other);
-}
-
-TstringHashTable::TstringHashTable(TstringHashTable&& other) noexcept : ThashTable() {
-    swapTable(other);
-}
-
-TstringHashTable& TstringHashTable::operator=(const TstringHashTable& other) {
-    if (this != &other) {
-        TstringHashTable copy(other);
-        swapTable(copy);
-    }
-    return *this;
-}
-
-TstringHashTable& TstringHashTable::operator=(TstringHashTable&& other) noexcept {
-    if (this != &other) {
-        TstringHashTable taken(std::move(other));
-        swapTable(taken);
-    }
-    return *this;
-}
-
-TstringHashTable::~TstringHashTable() { clearall(); }
-
-void TstringHashTable::clearall() noexcept { destroyEntries<Entry>(); }
-
-void TstringHashTable::reset() noexcept {
-    clearall();
-    reinitializeTable();
-}
 
 bool TstringHashTable::insert(const Tstring& key, const Tstring& value) {
     // The strings are shared into the entry before anything is linked or
@@ -96,30 +62,12 @@ bool TstringHashTable::find(const Tstring& key, Tstring& value) const noexcept {
 
 bool TstringHashTable::remove(const Tstring& key) noexcept {
     // key may be a string of the entry that goes: it is not used after.
-    Entry* e = unlinkEntry<Entry>(key.hash(), [&key](const Entry& x) { return sameText(x.fKey, key); });
-    if (!e)
-        return false;
-    delete e;
-    shrinkTable();
-    return true;
-}
-
-bool TstringHashTable::Iterator::getKey(Tstring& key) const noexcept {
-    if (!current())
-        return false;
-    key = static_cast<const Entry*>(current())->fKey;
-    return true;
-}
-
-bool TstringHashTable::Iterator::getData(Tstring& value) const noexcept {
-    if (!current())
-        return false;
-    value = static_cast<const Entry*>(current())->fValue;
-    return true;
+    return removeEntry(key.hash(), [&key](const Entry& x) { return sameText(x.fKey, key); });
 }
 
 const Tstring* TstringHashTable::Iterator::data() const noexcept {
-    return current() ? &static_cast<const Entry*>(current())->fValue : nullptr;
+    const Entry* e = currentAs<Entry>();
+    return e ? &e->fValue : nullptr;
 }
 
 void TstringHashTable::Iterator::appendAllTo(TstringHashTable& other) const {
@@ -137,45 +85,12 @@ void TstringHashTable::Iterator::appendAllTo(TstringHashTable& other) const {
         other.lockSize();
     Iterator walk(static_cast<const TstringHashTable&>(table()));
     for (bool more = walk.first(); more; more = walk.next()) {
-        const auto* e = static_cast<const Entry*>(walk.current());
+        const Entry* e = walk.currentAs<Entry>();
         other.insert(e->fKey, e->fValue);
     }
 }
 
 // -- TstringKeyHashTable ------------------------------------------------------------
-
-TstringKeyHashTable::TstringKeyHashTable(const TstringKeyHashTable& other) : ThashTable(other) {
-    copyEntriesFrom<Entry>(other);
-}
-
-TstringKeyHashTable::TstringKeyHashTable(TstringKeyHashTable&& other) noexcept : ThashTable() {
-    swapTable(other);
-}
-
-TstringKeyHashTable& TstringKeyHashTable::operator=(const TstringKeyHashTable& other) {
-    if (this != &other) {
-        TstringKeyHashTable copy(other);
-        swapTable(copy);
-    }
-    return *this;
-}
-
-TstringKeyHashTable& TstringKeyHashTable::operator=(TstringKeyHashTable&& other) noexcept {
-    if (this != &other) {
-        TstringKeyHashTable taken(std::move(other));
-        swapTable(taken);
-    }
-    return *this;
-}
-
-TstringKeyHashTable::~TstringKeyHashTable() { clearall(); }
-
-void TstringKeyHashTable::clearall() noexcept { destroyEntries<Entry>(); }
-
-void TstringKeyHashTable::reset() noexcept {
-    clearall();
-    reinitializeTable();
-}
 
 bool TstringKeyHashTable::insert(const Tstring& key) {
     Entry* e = newEntry<Entry>();
@@ -188,17 +103,5 @@ bool TstringKeyHashTable::find(const Tstring& key) const noexcept {
 }
 
 bool TstringKeyHashTable::remove(const Tstring& key) noexcept {
-    Entry* e = unlinkEntry<Entry>(key.hash(), [&key](const Entry& x) { return sameText(x.fKey, key); });
-    if (!e)
-        return false;
-    delete e;
-    shrinkTable();
-    return true;
-}
-
-bool TstringKeyHashTable::Iterator::getKey(Tstring& key) const noexcept {
-    if (!current())
-        return false;
-    key = static_cast<const Entry*>(current())->fKey;
-    return true;
+    return removeEntry(key.hash(), [&key](const Entry& x) { return sameText(x.fKey, key); });
 }

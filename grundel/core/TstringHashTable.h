@@ -3,6 +3,16 @@
 #include "grundel/core/ThashTable.h"
 #include "grundel/core/Tstring.h"
 
+namespace grundel::detail {
+struct GRUNDEL_API TstringHashEntry : ThashTableEntry {
+    Tstring fKey;
+    Tstring fValue;
+};
+struct GRUNDEL_API TstringKeyHashEntry : ThashTableEntry {
+    Tstring fKey;
+};
+} // namespace grundel::detail
+
 /// A multimap from Tstring keys to Tstring values, hashed with
 /// Tstring::hash(). Keys and values are shared with the caller's strings,
 /// never copied character by character.
@@ -14,19 +24,19 @@
 /// Inserting raises TmemoryException when no memory is left for the entry
 /// (nothing is added then); a table that merely cannot grow keeps working
 /// with longer chains. One thread at a time.
-class GRUNDEL_API TstringHashTable : public ThashTable {
+class GRUNDEL_API TstringHashTable
+    : public grundel::detail::ThashTableOf<TstringHashTable, grundel::detail::TstringHashEntry> {
 public:
     explicit TstringHashTable(TuInt32 minimumSize = 8, TuInt32 maximumSize = kLargestSize) noexcept
-        : ThashTable(minimumSize, maximumSize) {}
+        : ThashTableOf(minimumSize, maximumSize) {}
     /// Copies the entries (same order) and the limits. Raises
     /// TmemoryException when memory runs out.
-    TstringHashTable(const TstringHashTable& other);
+    TstringHashTable(const TstringHashTable& other) = default;
     /// The moved-from table is left empty, with the default limits.
-    TstringHashTable(TstringHashTable&& other) noexcept;
+    TstringHashTable(TstringHashTable&& other) noexcept = default;
     /// As the copy constructor; on failure this table is unchanged.
-    TstringHashTable& operator=(const TstringHashTable& other);
-    TstringHashTable& operator=(TstringHashTable&& other) noexcept;
-    ~TstringHashTable() override;
+    TstringHashTable& operator=(const TstringHashTable& other) = default;
+    TstringHashTable& operator=(TstringHashTable&& other) noexcept = default;
 
     /// Adds an entry even when the key is present. False only when the
     /// table could not grow (the entry is stored all the same).
@@ -50,7 +60,7 @@ public:
     /// when the key is absent.
     bool remove(const Tstring& key) noexcept;
     /// Removes every entry and returns to the minimum size.
-    void reset() noexcept;
+    using ThashTableOf::reset;
 
     /// Walks the pairs; see ThashTableIterator for the order. Under
     /// lockSize(), remove() of the current key is safe during a walk: it
@@ -63,9 +73,9 @@ public:
         /// Moves to the next pair; false after the last.
         bool next() noexcept { return _next() != nullptr; }
         /// Copies the current key out; false (key unchanged) without one.
-        bool getKey(Tstring& key) const noexcept;
+        bool getKey(Tstring& key) const noexcept { return copyCurrent(&Entry::fKey, key); }
         /// Copies the current value out; false (value unchanged) without one.
-        bool getData(Tstring& value) const noexcept;
+        bool getData(Tstring& value) const noexcept { return copyCurrent(&Entry::fValue, value); }
         /// The current value, or null without a current pair.
         const Tstring* data() const noexcept;
         /// Inserts every pair of the table into other (a walk of its own: this
@@ -78,29 +88,24 @@ public:
     };
 
 private:
-    struct Entry : ThashTableEntry {
-        Tstring fKey;
-        Tstring fValue;
-    };
     Entry* firstWithKey(const Tstring& key) const noexcept;
-    void clearall() noexcept;
 };
 
 /// A multiset of Tstring keys, hashed with Tstring::hash(). Keys are shared
 /// with the caller's strings. Otherwise as TstringHashTable.
-class GRUNDEL_API TstringKeyHashTable : public ThashTable {
+class GRUNDEL_API TstringKeyHashTable
+    : public grundel::detail::ThashTableOf<TstringKeyHashTable, grundel::detail::TstringKeyHashEntry> {
 public:
     explicit TstringKeyHashTable(TuInt32 minimumSize = 8, TuInt32 maximumSize = kLargestSize) noexcept
-        : ThashTable(minimumSize, maximumSize) {}
+        : ThashTableOf(minimumSize, maximumSize) {}
     /// Copies the keys and the limits; raises TmemoryException when memory
     /// runs out.
-    TstringKeyHashTable(const TstringKeyHashTable& other);
+    TstringKeyHashTable(const TstringKeyHashTable& other) = default;
     /// The moved-from table is left empty, with the default limits.
-    TstringKeyHashTable(TstringKeyHashTable&& other) noexcept;
+    TstringKeyHashTable(TstringKeyHashTable&& other) noexcept = default;
     /// On failure this table is unchanged.
-    TstringKeyHashTable& operator=(const TstringKeyHashTable& other);
-    TstringKeyHashTable& operator=(TstringKeyHashTable&& other) noexcept;
-    ~TstringKeyHashTable() override;
+    TstringKeyHashTable& operator=(const TstringKeyHashTable& other) = default;
+    TstringKeyHashTable& operator=(TstringKeyHashTable&& other) noexcept = default;
 
     /// Adds the key without looking for an equal one. False only when the
     /// table could not grow (the key is stored all the same).
@@ -110,7 +115,7 @@ public:
     /// Removes the most recent entry of that key; false when absent.
     bool remove(const Tstring& key) noexcept;
     /// Removes every key and returns to the minimum size.
-    void reset() noexcept;
+    using ThashTableOf::reset;
 
     class GRUNDEL_API Iterator : protected ThashTableIterator {
     public:
@@ -118,12 +123,6 @@ public:
         bool first() noexcept { return _first() != nullptr; }
         bool next() noexcept { return _next() != nullptr; }
         /// Copies the current key out; false (key unchanged) without one.
-        bool getKey(Tstring& key) const noexcept;
+        bool getKey(Tstring& key) const noexcept { return copyCurrent(&Entry::fKey, key); }
     };
-
-private:
-    struct Entry : ThashTableEntry {
-        Tstring fKey;
-    };
-    void clearall() noexcept;
 };

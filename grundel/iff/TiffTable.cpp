@@ -11,18 +11,6 @@ TuInt32 TiffTable::hashOf(TuInt32 tag) noexcept {
     return Tcrc32::calc4(bytes);
 }
 
-TiffTable::TiffTable(const TiffTable& other) : ThashTable(other) { copyEntriesFrom<Entry>(other); }
-
-TiffTable& TiffTable::operator=(const TiffTable& other) {
-    if (this != &other) {
-        TiffTable copy(other);
-        swapTable(copy);
-    }
-    return *this;
-}
-
-TiffTable::~TiffTable() { destroyEntries<Entry>(); }
-
 TiffTable::Entry* TiffTable::newest(TuInt32 tag) const noexcept {
     return findEntry<Entry>(hashOf(tag), [tag](const Entry& e) { return e.fTag == tag; });
 }
@@ -68,30 +56,12 @@ bool TiffTable::find(TuInt32 tag, Tmetaclass*& record) const noexcept {
 }
 
 bool TiffTable::remove(TuInt32 tag) noexcept {
-    Entry* e = unlinkEntry<Entry>(hashOf(tag), [tag](const Entry& x) { return x.fTag == tag; });
-    if (!e)
-        return false;
-    delete e;
-    shrinkTable();
-    return true;
-}
-
-bool TiffTable::Iterator::getKey(TuInt32& tag) const noexcept {
-    if (!current())
-        return false;
-    tag = static_cast<const Entry*>(current())->fTag;
-    return true;
-}
-
-bool TiffTable::Iterator::getData(Tmetaclass*& record) const noexcept {
-    if (!current())
-        return false;
-    record = static_cast<const Entry*>(current())->fRecord;
-    return true;
+    return removeEntry(hashOf(tag), [tag](const Entry& x) { return x.fTag == tag; });
 }
 
 Tmetaclass* TiffTable::Iterator::data() const noexcept {
-    return current() ? static_cast<const Entry*>(current())->fRecord : nullptr;
+    const Entry* e = currentAs<Entry>();
+    return e ? e->fRecord : nullptr;
 }
 
 void TiffTable::Iterator::appendAllTo(TiffTable& other) const {
@@ -99,7 +69,7 @@ void TiffTable::Iterator::appendAllTo(TiffTable& other) const {
     std::vector<std::pair<TuInt32, Tmetaclass*>> pairs;
     Iterator walk(static_cast<const TiffTable&>(table()));
     for (bool more = walk.current() != nullptr; more; more = walk.next()) {
-        const auto* e = static_cast<const Entry*>(walk.current());
+        const Entry* e = walk.currentAs<Entry>();
         pairs.emplace_back(e->fTag, e->fRecord);
     }
     for (const auto& pair : pairs)

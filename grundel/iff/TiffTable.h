@@ -4,19 +4,28 @@
 
 class Tmetaclass;
 
+namespace grundel::detail {
+struct GRUNDEL_API TiffTableEntry : ThashTableEntry {
+    TuInt32 fTag = 0;
+    Tmetaclass* fRecord = nullptr;
+};
+} // namespace grundel::detail
+
 /// Run-time classes by chunk tag value (TiffTag::value()): how the typed
 /// data reader finds the class that reads a tag. Tags are hashed with
 /// Tcrc32 over their four bytes. Insertion raises TmemoryException when no
 /// memory is left for the entry. One thread at a time.
-class GRUNDEL_API TiffTable : public ThashTable {
+class GRUNDEL_API TiffTable : public grundel::detail::ThashTableOf<TiffTable, grundel::detail::TiffTableEntry> {
 public:
     /// minimumSize: the initial bucket count; maximumSize: the largest it
     /// may grow to (both rounded up to powers of two).
     explicit TiffTable(TuInt32 minimumSize = 64, TuInt32 maximumSize = kLargestSize) noexcept
-        : ThashTable(minimumSize, maximumSize) {}
-    TiffTable(const TiffTable& other);
-    TiffTable& operator=(const TiffTable& other);
-    ~TiffTable() override;
+        : ThashTableOf(minimumSize, maximumSize) {}
+    /// Copies the pairs (same order) and the limits; raises TmemoryException
+    /// when memory runs out, leaving an assigned table as it was. A move
+    /// copies too.
+    TiffTable(const TiffTable& other) = default;
+    TiffTable& operator=(const TiffTable& other) = default;
 
     /// Adds the pair even when the tag is present (the newest is found
     /// first). False only when the table could not grow.
@@ -43,17 +52,13 @@ public:
         bool next() noexcept { return _next() != nullptr; }
         bool isDone() const noexcept { return current() == nullptr; }
         /// False (unchanged) without a current pair.
-        bool getKey(TuInt32& tag) const noexcept;
-        bool getData(Tmetaclass*& record) const noexcept;
+        bool getKey(TuInt32& tag) const noexcept { return copyCurrent(&Entry::fTag, tag); }
+        bool getData(Tmetaclass*& record) const noexcept { return copyCurrent(&Entry::fRecord, record); }
         Tmetaclass* data() const noexcept;
         /// Inserts every pair into other (by insert()).
         void appendAllTo(TiffTable& other) const;
     };
 
 private:
-    struct Entry : ThashTableEntry {
-        TuInt32 fTag = 0;
-        Tmetaclass* fRecord = nullptr;
-    };
     Entry* newest(TuInt32 tag) const noexcept;
 };
