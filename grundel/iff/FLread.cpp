@@ -387,13 +387,14 @@ void* FLreadchunk(_FLfile* file, TuInt32* id, Tint32* size) {
     // Never allocate what the file cannot hold.
     TuInt64 length = 0;
     const TuInt64 at = file->io->position();
-    if (file->io->length(length) && (at > length || TuInt64(chunkSize) > length - at)) {
+    const bool lengthKnown = file->io->length(length);
+    if (lengthKnown && (at > length || TuInt64(chunkSize) > length - at)) {
         flFail(kFLincomplete);
         return nullptr;
     }
     const std::size_t n = static_cast<std::size_t>(chunkSize);
     char* data = nullptr;
-    if (file->io->length(length)) {
+    if (lengthKnown) {
         data = static_cast<char*>(std::malloc(n ? n : 1));
         if (!data) {
             flFail(kFLnoMemory);

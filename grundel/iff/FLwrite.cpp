@@ -38,8 +38,9 @@ int checkWritable(_FLfile* file) {
 }
 
 // The checks and header of a chunk about to be written at the current
-// level. A negative size is unknown.
-int beginChunk(_FLfile* file, TuInt32 id, Tint32 size) {
+// level. A negative size is unknown. With groupOnly, an identifier that is
+// not a group's is refused (3) before anything is written.
+int beginChunk(_FLfile* file, TuInt32 id, Tint32 size, bool groupOnly = false) {
     if (const int code = checkWritable(file))
         return code;
     _FLcontext* level = file->context;
@@ -48,6 +49,8 @@ int beginChunk(_FLfile* file, TuInt32 id, Tint32 size) {
     FLkind kind;
     if (const int code = classify(id, level, size, kind))
         return code;
+    if (groupOnly && !(kind.flags & kFLkindTyped))
+        return flFail(kFLbadId);
     const TuInt64 at = file->io->position();
     if (!isUnknownSize(size) && level->levelEnd != kFLunknownEnd &&
         (at > level->levelEnd || padded(TuInt64(size), kind.mask) + 8 > level->levelEnd - at))
@@ -65,6 +68,15 @@ int beginChunk(_FLfile* file, TuInt32 id, Tint32 size) {
     level->type = 0;
     level->start = at + 8;
     level->chunkMask = kind.mask;
+    return kFLnoError;
+}
+
+// Forgets the chunk just closed at level and notes how far the file goes.
+int chunkClosed(_FLfile* file, _FLcontext* level) {
+    clearChunk(level);
+    file->end = file->io->position();
+    if (file->end > file->highWater)
+        file->highWater = file->end;
     return kFLnoError;
 }
 
@@ -93,12 +105,7 @@ int endChunk(_FLfile* file, _FLcontext* level) {
                 return code;
         }
     }
-    clearChunk(level);
-    const TuInt64 end = file->io->position();
-    file->end = end;
-    if (end > file->highWater)
-        file->highWater = end;
-    return kFLnoError;
+    return chunkClosed(file, level);
 }
 
 int putBytes(_FLfile* file, const void* data, std::size_t length) {
@@ -161,14 +168,7 @@ int FLputchunkTyped(_FLfile* file, TuInt32 id, Tint32 size, const void* data, Tu
 int FLbgnwgroup(_FLfile* file, TuInt32 id, TuInt32 type) {
     if (type & 0x80000000u)
         return flFail(kFLbadId);
-    if (const int code = checkWritable(file))
-        return code;
-    Tint32 size = -1;
-    FLkind kind;
-    if (!file->context->id && classify(id, file->context, size, kind) == kFLnoError &&
-        !(kind.flags & kFLkindTyped))
-        return flFail(kFLbadId);
-    if (const int code = beginChunk(file, id, -1))
+    if (const int code = beginChunk(file, id, -1, true))
         return code;
     unsigned char typeCode[4];
     writeBE32(typeCode, type);
@@ -238,11 +238,7 @@ int FLendwbchunk(_FLfile* file, Tint32 size) {
         if (!file->io->patch(level->start - 4, field, sizeof field))
             return flIoFail(file);
     }
-    clearChunk(level);
-    file->end = file->io->position();
-    if (file->end > file->highWater)
-        file->highWater = file->end;
-    return kFLnoError;
+    return chunkClosed(file, level);
 }
 
 long FLwrite(_FLfile* file, const void* data, std::size_t length) {
