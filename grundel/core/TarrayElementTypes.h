@@ -1,15 +1,13 @@
 #pragma once
 
-// Element types of array-family members whose subsystems (diagnostics,
-// argument lists, modelling data, pixel maps and rectangles, lines, file
-// paths) this library does not describe. Each is the least plain type that
+// Element types of core array-family members whose subsystems (diagnostics,
+// argument lists, modelling data, pixel maps and rectangles, file paths)
+// this library does not describe. Each is the least plain type that
 // names the element: the layout its name states, or else one opaque word.
 // All are zero when value-initialised.
 
 #include "grundel/core/Ttypes.h"
 #include "grundel/core/Tstring.h"
-#include "grundel/math/T3dDblPoint.h"
-#include "grundel/math/T3dFltPoint.h"
 
 /// A record of the diagnostics trace.
 struct TdbTrace {
@@ -41,13 +39,6 @@ struct Tpoint {
 };
 struct Trect {
     Tint32 left, top, right, bottom;
-};
-/// A line segment by its two ends, double and single precision.
-struct Tline {
-    T3dDblPoint fStart, fEnd;
-};
-struct TfltLine {
-    T3dFltPoint fStart, fEnd;
 };
 /// A file path and a directory, held as text.
 struct TfilePath {
@@ -90,10 +81,6 @@ inline bool operator==(const T3Double& a, const T3Double& b) noexcept {
 inline bool operator==(const Tpoint& a, const Tpoint& b) noexcept { return a.x == b.x && a.y == b.y; }
 inline bool operator==(const Trect& a, const Trect& b) noexcept {
     return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
-}
-inline bool operator==(const Tline& a, const Tline& b) noexcept { return a.fStart == b.fStart && a.fEnd == b.fEnd; }
-inline bool operator==(const TfltLine& a, const TfltLine& b) noexcept {
-    return a.fStart == b.fStart && a.fEnd == b.fEnd;
 }
 inline bool operator==(const TfilePath& a, const TfilePath& b) noexcept { return a.fPath == b.fPath; }
 inline bool operator==(const Tdirectory& a, const Tdirectory& b) noexcept { return a.fPath == b.fPath; }

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <new>
 #include <type_traits>
 
@@ -305,8 +304,12 @@ private:
 template <class T>
 struct TnaturalOrder {
     static int compare(const T& a, const T& b) noexcept {
-        std::less<T> less;
-        return less(a, b) ? -1 : less(b, a) ? 1 : 0;
+        if constexpr (std::is_pointer<T>::value) {
+            const auto x = reinterpret_cast<std::uintptr_t>(a), y = reinterpret_cast<std::uintptr_t>(b);
+            return x < y ? -1 : y < x ? 1 : 0;
+        } else {
+            return a < b ? -1 : b < a ? 1 : 0;
+        }
     }
 };
 

@@ -1,6 +1,7 @@
 #include "grundel/object/TclientServer.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TobjectArrays.h"
 
 #include <algorithm>
 #include <cassert>

@@ -2,7 +2,7 @@
 
 #include "grundel/core/Tapi.h"
 
-#include <functional>
+#include <cstdint>
 
 class Tmetaclass;
 class TclientArray;
@@ -19,7 +19,8 @@ struct GRUNDEL_API TmessageData {
     /// The order of a message table: true when entry sorts before the
     /// entry of messageClass.
     static bool before(const TmessageData& entry, const Tmetaclass* messageClass) noexcept {
-        return std::less<const Tmetaclass*>()(entry.fMessageClass, messageClass);
+        // Addresses as integers: a total order, as std::less gives pointers.
+        return reinterpret_cast<std::uintptr_t>(entry.fMessageClass) < reinterpret_cast<std::uintptr_t>(messageClass);
     }
 
     friend bool operator==(const TmessageData& a, const TmessageData& b) noexcept {

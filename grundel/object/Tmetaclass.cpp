@@ -1,6 +1,7 @@
 #include "grundel/object/Tmetaclass.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TobjectArrays.h"
 #include "grundel/core/TdebugOutput.h"
 #include "grundel/object/TtypeDictionary.h"
 

@@ -1,6 +1,7 @@
 #include "grundel/object/TnameIterators.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TobjectArrays.h"
 
 namespace {
 

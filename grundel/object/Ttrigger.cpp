@@ -1,6 +1,7 @@
 #include "grundel/object/Ttrigger.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TobjectArrays.h"
 
 GRUNDEL_DEFINE_CLASS(Ttrigger, "", TclientServer)
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "grundel/core/Tapi.h"
-#include "grundel/core/Tarrays.h"
+#include "grundel/threads/TmtArrays.h"
 #include "grundel/core/TmtRefCounter.h"
 #include "grundel/threads/TmtCriticalSection.h"
 #include "grundel/threads/TmtThread.h"

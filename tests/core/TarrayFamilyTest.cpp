@@ -1,4 +1,10 @@
+#include "grundel/color/TcolorArrays.h"
 #include "grundel/core/Tarrays.h"
+#include "grundel/iff/TiffArrays.h"
+#include "grundel/math/TmathArrays.h"
+#include "grundel/object/TobjectArrays.h"
+#include "grundel/threads/TmtArrays.h"
+#include "grundel/time/TtimeArrays.h"
 
 #include <gtest/gtest.h>
 

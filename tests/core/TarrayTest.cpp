@@ -2,6 +2,7 @@
 
 #include "grundel/core/TcacheArray.h"
 #include "grundel/core/Tarrays.h"
+#include "grundel/math/TmathArrays.h"
 #include "grundel/core/Texception.h"
 #include "grundel/core/TfootprintInfo.h"
 #include "grundel/core/mmapAlloc.h"

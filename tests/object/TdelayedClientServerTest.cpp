@@ -1,6 +1,7 @@
 #include "grundel/object/TdelayedClientServer.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TobjectArrays.h"
 
 #include <gtest/gtest.h>
 

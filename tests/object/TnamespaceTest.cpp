@@ -1,6 +1,7 @@
 #include "grundel/object/Tnamespace.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TobjectArrays.h"
 #include "grundel/object/TnameIterators.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,26 @@
+# Fails when a file of the library includes a header of an area that comes
+# after its own. The areas in their order: each may include only itself and
+# the areas before it.
+set(_order core threads iff object time math data files color)
+
+file(GLOB_RECURSE _files RELATIVE ${ROOT}/grundel ${ROOT}/grundel/*/*.h ${ROOT}/grundel/*/*.cpp)
+set(_bad "")
+foreach(_file IN LISTS _files)
+  string(REGEX MATCH "^[^/]+" _area "${_file}")
+  list(FIND _order ${_area} _rank)
+  if(_rank EQUAL -1)
+    string(APPEND _bad "\n  ${_file}: area '${_area}' is not in the order")
+    continue()
+  endif()
+  file(STRINGS ${ROOT}/grundel/${_file} _includes REGEX "^[ \t]*#[ \t]*include[ \t]*[\"<]grundel/[^/]+/")
+  foreach(_line IN LISTS _includes)
+    string(REGEX REPLACE "^[^\"<]*[\"<]grundel/([^/]+)/.*$" "\\1" _used "${_line}")
+    list(FIND _order ${_used} _usedRank)
+    if(_usedRank GREATER _rank OR _usedRank EQUAL -1)
+      string(APPEND _bad "\n  grundel/${_file} (${_area}) includes ${_used}: ${_line}")
+    endif()
+  endforeach()
+endforeach()
+if(_bad)
+  message(FATAL_ERROR "includes against the order of areas (${_order}):${_bad}")
+endif()
