@@ -11,6 +11,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/grundel/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/grundel
   FILES_MATCHING PATTERN "*.h"
   PATTERN "*_p.h" EXCLUDE)
+install(FILES ${PROJECT_BINARY_DIR}/include/grundel/version.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/grundel)
 
 set(GRUNDEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/grundel)
 install(EXPORT grundelTargets

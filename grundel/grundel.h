@@ -88,6 +88,7 @@
 #include "grundel/threads/TmtThread.h"
 #include "grundel/threads/TmtThreadPool.h"
 #include "grundel/threads/TmtThreadSubPool.h"
+#include "grundel/version.h"
 #include "grundel/time/TanimTime.h"
 #include "grundel/time/TtimeArrays.h"
 #include "grundel/time/TtimeValue.h"

@@ -12,6 +12,7 @@
 #include "grundel/core/Ttypes.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <new>
 #include <type_traits>
@@ -120,15 +121,33 @@ public:
         return createAndInitialise(&value, n, sizeIncrement);
     }
 
-    /// No bounds check.
-    T& operator[](TuInt32 i) noexcept { return data()[i]; }
-    const T& operator[](TuInt32 i) const noexcept { return data()[i]; }
+    /// No bounds check in release builds; debug builds assert i < length().
+    T& operator[](TuInt32 i) noexcept {
+        assert(i < fLength && "array index out of range");
+        return data()[i];
+    }
+    const T& operator[](TuInt32 i) const noexcept {
+        assert(i < fLength && "array index out of range");
+        return data()[i];
+    }
     /// The elements; null before the first storage.
     T* data() noexcept { return reinterpret_cast<T*>(fData); }
     const T* data() const noexcept { return reinterpret_cast<const T*>(fData); }
-    /// The last element; not for an empty array.
-    T& last() noexcept { return data()[fLength - 1]; }
-    const T& last() const noexcept { return data()[fLength - 1]; }
+    /// The last element; not for an empty array (asserted in debug builds).
+    T& last() noexcept {
+        assert(fLength > 0 && "last() of an empty array");
+        return data()[fLength - 1];
+    }
+    const T& last() const noexcept {
+        assert(fLength > 0 && "last() of an empty array");
+        return data()[fLength - 1];
+    }
+    /// The elements in order, for range-for and the standard algorithms.
+    /// Valid until the array changes its length.
+    T* begin() noexcept { return data(); }
+    T* end() noexcept { return data() + fLength; }
+    const T* begin() const noexcept { return data(); }
+    const T* end() const noexcept { return data() + fLength; }
 
     /// Inserts at at (clamped to the length); the arguments may be our own
     /// elements. Return 0.
@@ -192,16 +211,34 @@ public:
         return kArrayOk;
     }
 
-    /// No bounds check.
-    T& operator[](TuInt32 i) noexcept { return data()[i]; }
-    const T& operator[](TuInt32 i) const noexcept { return data()[i]; }
-    T& element(TuInt32 i) noexcept { return data()[i]; }
-    const T& element(TuInt32 i) const noexcept { return data()[i]; }
+    /// No bounds check in release builds; debug builds assert i < length().
+    T& operator[](TuInt32 i) noexcept {
+        assert(i < fLength && "array index out of range");
+        return data()[i];
+    }
+    const T& operator[](TuInt32 i) const noexcept {
+        assert(i < fLength && "array index out of range");
+        return data()[i];
+    }
+    T& element(TuInt32 i) noexcept { return (*this)[i]; }
+    const T& element(TuInt32 i) const noexcept { return (*this)[i]; }
     T* data() noexcept { return reinterpret_cast<T*>(fData); }
     const T* data() const noexcept { return reinterpret_cast<const T*>(fData); }
-    /// The last element; not for an empty array.
-    T& last() noexcept { return data()[fLength - 1]; }
-    const T& last() const noexcept { return data()[fLength - 1]; }
+    /// The last element; not for an empty array (asserted in debug builds).
+    T& last() noexcept {
+        assert(fLength > 0 && "last() of an empty array");
+        return data()[fLength - 1];
+    }
+    const T& last() const noexcept {
+        assert(fLength > 0 && "last() of an empty array");
+        return data()[fLength - 1];
+    }
+    /// The elements in order, for range-for and the standard algorithms.
+    /// Valid until the array changes its length.
+    T* begin() noexcept { return data(); }
+    T* end() noexcept { return data() + fLength; }
+    const T* begin() const noexcept { return data(); }
+    const T* end() const noexcept { return data() + fLength; }
 
     /// Inserts at at (clamped to the length); the arguments may be our own
     /// elements. Return 0.
@@ -329,8 +366,15 @@ public:
     explicit TsortedArrayOf(bool allowDuplicates = false, TuInt32 sizeIncrement = kDefaultSizeIncrement) noexcept
         : Base(sizeof(T), allowDuplicates, sizeIncrement) {}
 
-    /// No bounds check. Elements change only through change().
-    const T& operator[](TuInt32 i) const noexcept { return data()[i]; }
+    /// No bounds check in release builds; debug builds assert i < length().
+    /// Elements change only through change().
+    const T& operator[](TuInt32 i) const noexcept {
+        assert(i < fLength && "array index out of range");
+        return data()[i];
+    }
+    /// The elements in order, read-only (writing would break the order).
+    const T* begin() const noexcept { return data(); }
+    const T* end() const noexcept { return data() + fLength; }
 
     /// Inserts value in order: before an equal run when duplicates are
     /// allowed; kArrayRefused (nothing changed) when value is present and

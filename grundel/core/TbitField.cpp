@@ -1,5 +1,7 @@
 #include "grundel/core/TbitField.h"
 
+#include <cassert>
+
 #include "grundel/core/Texception.h"
 
 #include <cstdint>
@@ -365,7 +367,11 @@ TuInt32* TbitMatrix::rowPtr(TuInt32 row) const noexcept {
 }
 
 TbitRefFixedN TbitMatrixRow::operator[](TuInt32 column) noexcept {
+    assert(fRow < fMatrix.fRows && column < fMatrix.fCols && "bit index out of range");
     return TbitRefFixedN(fMatrix.fBits, fMatrix.indexOf(fRow, column));
 }
 
-bool TbitMatrixRow::operator[](TuInt32 column) const noexcept { return fMatrix.testBit(fRow, column); }
+bool TbitMatrixRow::operator[](TuInt32 column) const noexcept {
+    assert(fRow < fMatrix.fRows && column < fMatrix.fCols && "bit index out of range");
+    return fMatrix.testBit(fRow, column);
+}

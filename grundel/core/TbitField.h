@@ -4,12 +4,20 @@
 #include "grundel/core/Tarrays.h"
 #include "grundel/core/Ttypes.h"
 
+#include <cassert>
+#include <cstddef>
+#include <iterator>
+
 // Sets of flags indexed by small integers: fields of 16, 32, 64 and 128 bits
 // held in one value, a growable field (TbitFieldN), a field of a fixed bit
 // count over owned or borrowed words (TbitFieldFixedN) and a matrix of bits
 // (TbitMatrix). operator[] gives a proxy that writes one bit and a bool when
 // read. Bit i of a word field is 1 << i; in the word arrays bit i sits at
 // position i AND 31 of word i / 32. Not locked: one thread at a time.
+//
+// testBit and setBit define what happens past the last bit (see each class);
+// operator[] is an index like an array's, asserted in debug builds. begin()
+// and end() walk the bits as bools, bit 0 first.
 
 namespace grundel::detail {
 
@@ -28,6 +36,38 @@ public:
 
 private:
     Field& fField;
+    TuInt32 fBit;
+};
+
+/// Walks the bits of a field as bools: bit 0 first, up to the field's size.
+template <class Field>
+class TbitIterator {
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = bool;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = bool;
+
+    TbitIterator() noexcept : fField(nullptr), fBit(0) {}
+    TbitIterator(const Field* field, TuInt32 bit) noexcept : fField(field), fBit(bit) {}
+    bool operator*() const noexcept { return fField->testBit(fBit); }
+    TbitIterator& operator++() noexcept {
+        ++fBit;
+        return *this;
+    }
+    TbitIterator operator++(int) noexcept {
+        TbitIterator before = *this;
+        ++fBit;
+        return before;
+    }
+    /// The index of the bit this iterator stands on.
+    TuInt32 index() const noexcept { return fBit; }
+    friend bool operator==(const TbitIterator& a, const TbitIterator& b) noexcept { return a.fBit == b.fBit; }
+    friend bool operator!=(const TbitIterator& a, const TbitIterator& b) noexcept { return a.fBit != b.fBit; }
+
+private:
+    const Field* fField;
     TuInt32 fBit;
 };
 
@@ -52,8 +92,16 @@ public:
     void setAll() noexcept { fBits = Word(~Word(0)); }
     void resetAll() noexcept { fBits = 0; }
     bool anySet() const noexcept { return fBits != 0; }
-    TbitRef<Self> operator[](TuInt32 i) noexcept { return TbitRef<Self>(self(), i); }
-    bool operator[](TuInt32 i) const noexcept { return testBit(i); }
+    TbitRef<Self> operator[](TuInt32 i) noexcept {
+        assert(i < kBits && "bit index out of range");
+        return TbitRef<Self>(self(), i);
+    }
+    bool operator[](TuInt32 i) const noexcept {
+        assert(i < kBits && "bit index out of range");
+        return testBit(i);
+    }
+    TbitIterator<Self> begin() const noexcept { return {static_cast<const Self*>(this), 0}; }
+    TbitIterator<Self> end() const noexcept { return {static_cast<const Self*>(this), kBits}; }
     /// The whole word.
     Word bits() const noexcept { return fBits; }
 
@@ -113,8 +161,16 @@ public:
     void setAll() noexcept { fLow = fHigh = ~TuInt64(0); }
     void resetAll() noexcept { fLow = fHigh = 0; }
     bool anySet() const noexcept { return (fLow | fHigh) != 0; }
-    grundel::detail::TbitRef<TbitField128> operator[](TuInt32 i) noexcept { return {*this, i}; }
-    bool operator[](TuInt32 i) const noexcept { return testBit(i); }
+    grundel::detail::TbitRef<TbitField128> operator[](TuInt32 i) noexcept {
+        assert(i < 128 && "bit index out of range");
+        return {*this, i};
+    }
+    bool operator[](TuInt32 i) const noexcept {
+        assert(i < 128 && "bit index out of range");
+        return testBit(i);
+    }
+    grundel::detail::TbitIterator<TbitField128> begin() const noexcept { return {this, 0}; }
+    grundel::detail::TbitIterator<TbitField128> end() const noexcept { return {this, 128}; }
     TuInt64 low() const noexcept { return fLow; }
     TuInt64 high() const noexcept { return fHigh; }
 
@@ -150,8 +206,17 @@ public:
     void setAll() noexcept;
     void resetAll() noexcept;
     bool anySet() const noexcept;
+    /// A proxy for bit i; writing a bit past the words grows the field, as
+    /// setBit does, so any index is allowed here.
     grundel::detail::TbitRef<TbitFieldN> operator[](TuInt32 i) noexcept { return {*this, i}; }
-    bool operator[](TuInt32 i) const noexcept { return testBit(i); }
+    /// Bit i; asserted in debug builds to lie within the words held.
+    bool operator[](TuInt32 i) const noexcept {
+        assert(i / 32 < wordCount() && "bit index out of range");
+        return testBit(i);
+    }
+    /// The bits of the words held.
+    grundel::detail::TbitIterator<TbitFieldN> begin() const noexcept { return {this, 0}; }
+    grundel::detail::TbitIterator<TbitFieldN> end() const noexcept { return {this, wordCount() * 32}; }
 
     /// True when this field has at least other's words and holds every bit
     /// set in other.
@@ -212,8 +277,16 @@ public:
     /// True when a bit below n is set.
     bool anySet() const noexcept;
     void invertAll() noexcept;
-    grundel::detail::TbitRef<TbitFieldFixedN> operator[](TuInt32 i) noexcept { return {*this, i}; }
-    bool operator[](TuInt32 i) const noexcept { return testBit(i); }
+    grundel::detail::TbitRef<TbitFieldFixedN> operator[](TuInt32 i) noexcept {
+        assert(i < fBitCount && "bit index out of range");
+        return {*this, i};
+    }
+    bool operator[](TuInt32 i) const noexcept {
+        assert(i < fBitCount && "bit index out of range");
+        return testBit(i);
+    }
+    grundel::detail::TbitIterator<TbitFieldFixedN> begin() const noexcept { return {this, 0}; }
+    grundel::detail::TbitIterator<TbitFieldFixedN> end() const noexcept { return {this, fBitCount}; }
 
     /// Combine with other over the shorter bit count; bits at and past it
     /// (the mark among them) stay as they were.

@@ -3,6 +3,7 @@
 #include "grundel/core/TstringId.h"
 
 #include <cstring>
+#include <string>
 #include <malloc.h>
 #include <strings.h>
 
@@ -148,6 +149,10 @@ Tstring::Tstring(std::string_view text) noexcept : fData(nullptr) {
     if (text.size() <= 0xFFFFFFFFu)
         set(text.data(), static_cast<unsigned int>(text.size()));
 }
+
+Tstring::operator std::string() const { return std::string(asC(), length()); }
+
+std::string Tstring_toStdString(const Tstring& s) { return std::string(s.asC(), s.length()); }
 
 Tstring::Tstring(unsigned int n) noexcept : fData(TstringData::create(n)) {}
 
@@ -450,13 +455,13 @@ int Tstring::caseCompare(const char* text) const noexcept {
     return sign(::strcasecmp(asC(), text ? text : kNullStr));
 }
 
-bool operator==(const Tstring& a, const Tstring& b) noexcept {
+bool Tstring::equal(const Tstring& a, const Tstring& b) noexcept {
     if (a.data() == b.data())
         return true;
     return a.length() == b.length() && std::memcmp(a.asC(), b.asC(), a.length()) == 0;
 }
 
-bool operator==(const Tstring& a, const char* b) noexcept {
+bool Tstring::equal(const Tstring& a, const char* b) noexcept {
     if (!b)
         return a.isEmpty();
     const std::size_t n = std::strlen(b);

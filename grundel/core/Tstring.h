@@ -6,8 +6,9 @@
 
 #include <cstdarg>
 #include <cstdlib>
-#include <string>
+#include <iosfwd>
 #include <string_view>
+#include <type_traits>
 
 class TstringArray;
 class TstringId;
@@ -76,6 +77,14 @@ public:
 
     /// The static "" returned for the text of an empty string.
     static const char kNullStr[1];
+    /// True for string types other than Tstring and std::string_view that view
+    /// as std::string_view but do not decay to const char* (std::string).
+    template <class S>
+    static constexpr bool kIsStringLike =
+        std::conjunction<std::negation<std::is_base_of<Tstring, S>>,
+                         std::negation<std::is_same<S, std::string_view>>,
+                         std::is_convertible<const S&, std::string_view>,
+                         std::negation<std::is_convertible<const S&, const char*>>>::value;
     /// Default number of decimals of setDouble (6).
     static int fsPrecision;
     /// When true (the default), setDouble writes magnitudes below 1e-10 as 0.
@@ -93,7 +102,13 @@ public:
     Tstring(const char* text) noexcept;
     /// Copies the first n bytes of text (which may hold NULs).
     Tstring(const char* text, unsigned int n) noexcept;
-    explicit Tstring(std::string_view text) noexcept;
+    /// Copies the characters of text (which may hold NULs). A view longer
+    /// than a string can hold (4 GiB) gives the empty string.
+    Tstring(std::string_view text) noexcept;
+    /// Any other string type that views as std::string_view (std::string
+    /// among them), so that it converts in initialisation and in calls.
+    template <class S, class = std::enable_if_t<kIsStringLike<S>>>
+    Tstring(const S& text) noexcept : Tstring(std::string_view(text)) {}
     /// An empty text with room for n characters.
     explicit Tstring(unsigned int n) noexcept;
     /// The string-table text of id (empty for a catalog id).
@@ -122,6 +137,13 @@ public:
     }
     Tstring& operator=(TstringIdNumber number) noexcept {
         set(number);
+        return *this;
+    }
+    /// From std::string_view, std::string or another string type that views
+    /// as std::string_view.
+    template <class S, class = std::enable_if_t<kIsStringLike<S> || std::is_same<S, std::string_view>::value>>
+    Tstring& operator=(const S& text) noexcept {
+        *this = Tstring(std::string_view(text));
         return *this;
     }
 
@@ -211,6 +233,14 @@ public:
     const char* operator*() const noexcept { return asC(); }
     const char* string() const noexcept { return asC(); }
     std::string_view view() const noexcept { return std::string_view(asC(), length()); }
+    /// The text as a view; valid while this string is unchanged.
+    operator std::string_view() const noexcept { return view(); }
+    /// A copy of the text as a std::string.
+    operator std::string() const;
+    /// The characters for range-for and the standard algorithms, read-only:
+    /// writing through them would bypass the sharing of the block.
+    const char* begin() const noexcept { return asC(); }
+    const char* end() const noexcept { return asC() + length(); }
     /// The character at i; NUL for an index at or past the end.
     char operator[](unsigned int i) const noexcept { return i < length() ? fData->text()[i] : '\0'; }
     /// The block itself (null for an empty string without one); for tests
@@ -218,6 +248,48 @@ public:
     const TstringData* data() const noexcept { return fData; }
     /// Number of strings sharing the block (0 without one).
     int shareCount() const noexcept { return fData ? fData->fCount.value() : 0; }
+
+    // -- Comparison -----------------------------------------------------
+    // Hidden friends: found only when a Tstring takes part, so that the
+    // conversions from std::string_view and std::string never make other
+    // types' comparisons ambiguous (a string_view against a literal).
+
+    /// The same bytes (NULs included); a null text equals the empty string.
+    static bool equal(const Tstring& a, const Tstring& b) noexcept;
+    static bool equal(const Tstring& a, const char* b) noexcept;
+    friend bool operator==(const Tstring& a, const Tstring& b) noexcept { return equal(a, b); }
+    friend bool operator==(const Tstring& a, const char* b) noexcept { return equal(a, b); }
+    friend bool operator==(const char* a, const Tstring& b) noexcept { return equal(b, a); }
+    friend bool operator!=(const Tstring& a, const Tstring& b) noexcept { return !equal(a, b); }
+    friend bool operator!=(const Tstring& a, const char* b) noexcept { return !equal(a, b); }
+    friend bool operator!=(const char* a, const Tstring& b) noexcept { return !equal(b, a); }
+    /// Order of compare(): byte order of the C text.
+    friend bool operator<(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) < 0; }
+    friend bool operator<=(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) <= 0; }
+    friend bool operator>(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) > 0; }
+    friend bool operator>=(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) >= 0; }
+    friend bool operator<(const Tstring& a, const char* b) noexcept { return a.compare(b) < 0; }
+    friend bool operator<=(const Tstring& a, const char* b) noexcept { return a.compare(b) <= 0; }
+    friend bool operator>(const Tstring& a, const char* b) noexcept { return a.compare(b) > 0; }
+    friend bool operator>=(const Tstring& a, const char* b) noexcept { return a.compare(b) >= 0; }
+    /// With std::string_view, std::string and other types that view as
+    /// std::string_view: the same bytes, NULs included.
+    template <class S, class = std::enable_if_t<kIsStringLike<S> || std::is_same<S, std::string_view>::value>>
+    friend bool operator==(const Tstring& a, const S& b) noexcept {
+        return a.view() == std::string_view(b);
+    }
+    template <class S, class = std::enable_if_t<kIsStringLike<S> || std::is_same<S, std::string_view>::value>>
+    friend bool operator==(const S& a, const Tstring& b) noexcept {
+        return b.view() == std::string_view(a);
+    }
+    template <class S, class = std::enable_if_t<kIsStringLike<S> || std::is_same<S, std::string_view>::value>>
+    friend bool operator!=(const Tstring& a, const S& b) noexcept {
+        return a.view() != std::string_view(b);
+    }
+    template <class S, class = std::enable_if_t<kIsStringLike<S> || std::is_same<S, std::string_view>::value>>
+    friend bool operator!=(const S& a, const Tstring& b) noexcept {
+        return b.view() != std::string_view(a);
+    }
 
     /// The library's string hash; 0xFFFFFFFF for an empty string. Hash
     /// tables keyed by strings depend on its exact values.
@@ -416,28 +488,13 @@ private:
 static_assert(sizeof(Tstring) == sizeof(void*), "a string is one pointer wide");
 static_assert(sizeof(Tstring::TstringData) == 12, "the block header is 12 bytes");
 
-GRUNDEL_API bool operator==(const Tstring& a, const Tstring& b) noexcept;
-GRUNDEL_API bool operator==(const Tstring& a, const char* b) noexcept;
-inline bool operator==(const char* a, const Tstring& b) noexcept { return b == a; }
-inline bool operator!=(const Tstring& a, const Tstring& b) noexcept { return !(a == b); }
-inline bool operator!=(const Tstring& a, const char* b) noexcept { return !(a == b); }
-inline bool operator!=(const char* a, const Tstring& b) noexcept { return !(b == a); }
-inline bool operator<(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) < 0; }
-inline bool operator<=(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) <= 0; }
-inline bool operator>(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) > 0; }
-inline bool operator>=(const Tstring& a, const Tstring& b) noexcept { return a.compare(b) >= 0; }
-inline bool operator<(const Tstring& a, const char* b) noexcept { return a.compare(b) < 0; }
-inline bool operator<=(const Tstring& a, const char* b) noexcept { return a.compare(b) <= 0; }
-inline bool operator>(const Tstring& a, const char* b) noexcept { return a.compare(b) > 0; }
-inline bool operator>=(const Tstring& a, const char* b) noexcept { return a.compare(b) >= 0; }
-
 GRUNDEL_API Tstring operator+(const Tstring& a, const Tstring& b) noexcept;
 GRUNDEL_API Tstring operator+(const Tstring& a, const char* b) noexcept;
 GRUNDEL_API Tstring operator+(const char* a, const Tstring& b) noexcept;
 GRUNDEL_API Tstring operator+(const Tstring& a, char b) noexcept;
 
 /// The text as a std::string (the place of the framework string class).
-inline std::string Tstring_toStdString(const Tstring& s) { return std::string(s.asC(), s.length()); }
+GRUNDEL_API std::string Tstring_toStdString(const Tstring& s);
 
 inline void swap(Tstring& a, Tstring& b) noexcept { a.swap(b); }
 

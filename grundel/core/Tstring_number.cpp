@@ -1,6 +1,7 @@
 // Numbers to and from text, and formatted output, for Tstring.
 #include "grundel/core/Tstring.h"
 
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cmath>
