@@ -28,6 +28,7 @@
 #include "grundel/core/Ttypes.h"
 #include "grundel/core/VornEnv.h"
 #include "grundel/core/mmapAlloc.h"
+#include "grundel/color/Thammersley.h"
 #include "grundel/color/TportColor.h"
 #include "grundel/iff/FLerror.h"
 #include "grundel/iff/FLfile.h"
