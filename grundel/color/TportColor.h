@@ -155,7 +155,8 @@ public:
     // -- Models -----------------------------------------------------------------
 
     /// Hue in degrees [0, 360), saturation and value; black gives saturation
-    /// 0, greys hue 0.
+    /// 0, greys hue 0. Value is the largest component by `>` taken red,
+    /// green, blue, so a NaN may be passed over; a NaN value gives saturation 0.
     void toHSV(float& hue, float& saturation, float& value) const noexcept;
     /// Sets red, green and blue from hue (degrees), saturation and value. A
     /// hue of 360 is taken as 0, a hue in (-60, 0) extrapolates from red; a
@@ -258,63 +259,66 @@ inline float TportColor::operator[](int i) const noexcept {
     }
 }
 
+// The conversions are written as selections rather than branches: the
+// sector of a pixel is data, and a loop over pixels then runs without
+// mispredictions and can be vectorised. Each result is the one the
+// step-by-step rules give.
+
 inline void TportColor::toHSV(float& hue, float& saturation, float& value) const noexcept {
     const float r = fRed, g = fGreen, b = fBlue;
     float max = r > g ? r : g;
     max = max > b ? max : b;
     float min = r < g ? r : g;
     min = min < b ? min : b;
+    const float d = max - min;
 
-    float h = 0.0f;
-    float s = 1.0f;
-    if (std::fabs(max) >= 1e-5f) {
-        const float d = max - min;
-        s = d / max;
-        if (s != 0.0f && std::fabs(d) >= 1e-5f) {
-            const float rc = (max - r) / d, gc = (max - g) / d, bc = (max - b) / d;
-            if (r == max)
-                h = g == min ? 5.0f + bc : 1.0f - gc;
-            else if (g == max)
-                h = b == min ? 1.0f + rc : 3.0f - bc;
-            else
-                h = r == min ? 3.0f + gc : 5.0f - rc;
-            h *= 60.0f;
-            if (h < 0.0f)
-                h += 360.0f;
-            // Pure red and its neighbours arrive at 360, which is 0.
-            if (h >= 360.0f)
-                h = 0.0f;
-        }
-    }
-    if (!(max >= 1e-5f))
-        s = 0.0f;
-    hue = h;
-    saturation = s;
+    // Saturation starts at 1 and becomes d / max when |max| ≥ 1e-5; a hue
+    // needs that saturation non-zero and a spread d ≥ 1e-5.
+    const bool lit = std::fabs(max) >= 1e-5f;
+    const float s = d / (lit ? max : 1.0f);
+    const bool chromatic = lit && s != 0.0f && std::fabs(d) >= 1e-5f;
+    const float spread = chromatic ? d : 1.0f;
+    const float rc = (max - r) / spread, gc = (max - g) / spread, bc = (max - b) / spread;
+    // Which of the six cases applies, as an index (0 red is max and green
+    // min, 1 red max, 2 green max and blue min, 3 green max, 4 blue max and
+    // red min, 5 blue max), computed without a jump.
+    const unsigned isRed = r == max, isGreen = !isRed & (g == max), isBlue = !isRed & !isGreen;
+    const unsigned atMin = (isRed & (g == min)) | (isGreen & (b == min)) | (isBlue & (r == min));
+    const unsigned which = 2 * (isGreen | (isBlue << 1)) + !atMin;
+    const float sectors[6] = {5.0f + bc, 1.0f - gc, 1.0f + rc, 3.0f - bc, 3.0f + gc, 5.0f - rc};
+    float h = sectors[which];
+    h *= 60.0f;
+    h = h < 0.0f ? h + 360.0f : h;
+    // Pure red and its neighbours arrive at 360, which is 0.
+    h = h >= 360.0f ? 0.0f : h;
+
+    hue = chromatic ? h : 0.0f;
+    // Below 1e-5 (or NaN) in value, the starting saturation of 1 never survives.
+    saturation = max >= 1e-5f ? s : 0.0f;
     value = max;
 }
 
 inline void TportColor::fromHSV(float hue, float saturation, float value) noexcept {
-    if (hue == 360.0f)
-        hue = 0.0f;
-    const float h = hue * (1.0f / 60.0f);
+    const float h = (hue == 360.0f ? 0.0f : hue) * (1.0f / 60.0f);
     // The sector index is taken unsigned: sectors outside 0 to 6 change
     // nothing. Testing h first keeps NaN and huge hues out of the conversion.
-    if (!(h > -1.0f && h < 7.0f))
-        return;
-    const int i = static_cast<int>(h);
+    const bool inRange = h > -1.0f && h < 7.0f;
+    const int i = static_cast<int>(inRange ? h : 0.0f);
     const float f = h - static_cast<float>(i);
     const float s = saturation, v = value;
     const float p = (1.0f - s) * v;
     const float q = (1.0f - f * s) * v;
     const float t = (1.0f - (1.0f - f) * s) * v;
-    switch (i) {
-    case 1: fRed = q, fGreen = v, fBlue = p; break;
-    case 2: fRed = p, fGreen = v, fBlue = t; break;
-    case 3: fRed = p, fGreen = q, fBlue = v; break;
-    case 4: fRed = t, fGreen = p, fBlue = v; break;
-    case 5: fRed = v, fGreen = p, fBlue = q; break;
-    default: fRed = v, fGreen = t, fBlue = p; break; // 0 and 6
-    }
+    // Sectors 0 (and 6) to 5 take (v, t, p) (q, v, p) (p, v, t) (p, q, v)
+    // (t, p, v) (v, p, q); "sector" 7 keeps the colour as it is.
+    const float candidates[7] = {v, q, p, t, fRed, fGreen, fBlue};
+    static constexpr unsigned char red[8] = {0, 1, 2, 2, 3, 0, 0, 4};
+    static constexpr unsigned char green[8] = {3, 0, 0, 1, 2, 2, 3, 5};
+    static constexpr unsigned char blue[8] = {2, 2, 3, 0, 0, 1, 2, 6};
+    const int sector = inRange ? i : 7;
+    fRed = candidates[red[sector]];
+    fGreen = candidates[green[sector]];
+    fBlue = candidates[blue[sector]];
 }
 
 inline void TportColor::toCMYK(float& cyan, float& magenta, float& yellow, float& black) const noexcept {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -165,6 +166,66 @@ std::vector<TportColor> randomColors(std::size_t n) {
     return v;
 }
 
+
+// The conversions step by step, as the rules read, to hold the library's
+// jump-free versions to.
+std::array<float, 3> toHsvByTheRules(float r, float g, float b) {
+    // Maximum and minimum as the library takes them, which decides what a NaN
+    // component does.
+    float max = r > g ? r : g, min = r < g ? r : g;
+    max = max > b ? max : b;
+    min = min < b ? min : b;
+    float hue = 0, saturation = 1;
+    if (std::fabs(max) >= 1e-5f) {
+        saturation = (max - min) / max;
+        if (saturation != 0 && std::fabs(max - min) >= 1e-5f) {
+            const float d = max - min;
+            const float rc = (max - r) / d, gc = (max - g) / d, bc = (max - b) / d;
+            if (r == max)
+                hue = g == min ? 5 + bc : 1 - gc;
+            else if (g == max)
+                hue = b == min ? 1 + rc : 3 - bc;
+            else
+                hue = r == min ? 3 + gc : 5 - rc;
+            hue *= 60;
+            if (hue < 0)
+                hue += 360;
+            if (hue == 360)
+                hue = 0;
+        }
+    }
+    if (!(max >= 1e-5f))
+        saturation = 0;
+    return {hue, saturation, max};
+}
+
+std::array<float, 3> fromHsvByTheRules(float hue, float s, float v, std::array<float, 3> rgb) {
+    if (hue == 360)
+        hue = 0;
+    const float h = hue * (1.0f / 60.0f);
+    if (!(h > -1.0f && h < 7.0f))
+        return rgb;
+    const int i = static_cast<int>(h);
+    const float f = h - i, p = (1 - s) * v, q = (1 - f * s) * v, t = (1 - (1 - f) * s) * v;
+    switch (i) {
+    case 0:
+    case 6: return {v, t, p};
+    case 1: return {q, v, p};
+    case 2: return {p, v, t};
+    case 3: return {p, q, v};
+    case 4: return {t, p, v};
+    default: return {v, p, q};
+    }
+}
+
+// Equal, or both NaN.
+bool same(const std::array<float, 3>& a, const std::array<float, 3>& b) {
+    for (int k = 0; k < 3; ++k)
+        if (!(a[k] == b[k] || (std::isnan(a[k]) && std::isnan(b[k]))))
+            return false;
+    return true;
+}
+
 } // namespace
 
 TEST(TportColor, DefaultIsOpaqueBlack) {
@@ -212,6 +273,32 @@ TEST(TportColor, HsvMatchesReference) {
         EXPECT_NEAR(c.blue(), x.out[2], kTolerance);
         EXPECT_EQ(c.alpha(), 0.25f);
     }
+}
+
+TEST(TportColor, HsvFollowsTheRulesExactly) {
+    // Ties, thresholds and out-of-range components, in every combination.
+    const float special[] = {0, 1, 0.5f, 0.25f, 1e-6f, 0.5f + 4e-6f, -0.5f, 1.5f, kNaN};
+    for (float r : special)
+        for (float g : special)
+            for (float b : special) {
+                std::array<float, 3> hsv;
+                TportColor(r, g, b, 1).toHSV(hsv[0], hsv[1], hsv[2]);
+                ASSERT_TRUE(same(hsv, toHsvByTheRules(r, g, b))) << r << ", " << g << ", " << b;
+            }
+    for (const TportColor& c : randomColors(10000)) {
+        std::array<float, 3> hsv;
+        c.toHSV(hsv[0], hsv[1], hsv[2]);
+        ASSERT_TRUE(same(hsv, toHsvByTheRules(c.red(), c.green(), c.blue())));
+    }
+    const std::array<float, 3> before = {0.1f, 0.2f, 0.3f};
+    for (float hue = -100.0f; hue < 500.0f; hue += 0.37f)
+        for (float s : {0.0f, 0.3f, 1.0f, 1.5f})
+            for (float v : {0.0f, 0.6f, -0.5f}) {
+                TportColor c(before[0], before[1], before[2], 1);
+                c.fromHSV(hue, s, v);
+                ASSERT_TRUE(same({c.red(), c.green(), c.blue()}, fromHsvByTheRules(hue, s, v, before)))
+                    << hue << ", " << s << ", " << v;
+            }
 }
 
 TEST(TportColor, HsvRoundTripKeepsHueInRange) {
