@@ -38,6 +38,16 @@ inline TuInt32 truncatedByte(float x) noexcept {
     return static_cast<TuInt32>(v);
 }
 
+/// x in single precision; beyond its range, an infinity of x's sign.
+inline float narrowed(double x) noexcept {
+    constexpr double largest = 3.4028234663852886e+38; // FLT_MAX
+    if (x > largest)
+        return HUGE_VALF;
+    if (x < -largest)
+        return -HUGE_VALF;
+    return static_cast<float>(x); // NaN stays NaN
+}
+
 /// x clamped to [0, 1]; NaN stays NaN.
 inline float clampUnit(float x) noexcept { return x < 0.0f ? 0.0f : (x > 1.0f ? 1.0f : x); }
 
@@ -117,9 +127,11 @@ public:
         constexpr float k = 1.5259022e-05f;
         set(type, a * k, b * k, c * k, d * k);
     }
-    /// Each value converted to float, then the float set.
+    /// Each value converted to float (infinite beyond its range), then the
+    /// float set.
     void set(TportColorType type, double a, double b, double c, double d) noexcept {
-        set(type, static_cast<float>(a), static_cast<float>(b), static_cast<float>(c), static_cast<float>(d));
+        using grundel::detail::narrowed;
+        set(type, narrowed(a), narrowed(b), narrowed(c), narrowed(d));
     }
 
     /// Red, green and blue.

@@ -461,6 +461,9 @@ TEST(TportColor, DoubleChannels) {
     EXPECT_EQ(s, 1.0);
     EXPECT_EQ(v, 0.5);
     EXPECT_EQ(a, 0.25);
+    // A double hue beyond float range is a huge hue: colour unchanged.
+    c.set(TportColor::HSV, 1e300, 1.0, 1.0, 1.0);
+    expectRgb(c, 0, 0.5f, 0);
 }
 
 TEST(TportColor, GetIntoOwnComponents) {
