@@ -3,6 +3,7 @@
 // Every public header of the library.
 
 #include "grundel/color/TcolorArrays.h"
+#include "grundel/color/Thammersley.h"
 #include "grundel/color/TportColor.h"
 #include "grundel/core/Tapi.h"
 #include "grundel/core/Tarray.h"
@@ -88,7 +89,7 @@
 #include "grundel/threads/TmtThread.h"
 #include "grundel/threads/TmtThreadPool.h"
 #include "grundel/threads/TmtThreadSubPool.h"
-#include "grundel/version.h"
 #include "grundel/time/TanimTime.h"
 #include "grundel/time/TtimeArrays.h"
 #include "grundel/time/TtimeValue.h"
+#include "grundel/version.h"
