@@ -86,6 +86,8 @@
 #include "grundel/time/TangleUnit.h"
 #include "grundel/time/TanimTime.h"
 #include "grundel/time/Tlinear.h"
+#include "grundel/time/TtimeUnit.h"
+#include "grundel/time/TtimeUnitSystem.h"
 #include "grundel/time/TtimeValue.h"
 #include "grundel/time/Tunit.h"
 #include "grundel/time/TunitConversion.h"
