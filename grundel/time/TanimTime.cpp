@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <cmath>
-#include <cstdio>
 
 namespace {
 
@@ -118,16 +117,28 @@ Tint64 join(const Smpte& s) noexcept {
     return total;
 }
 
+// Writes a non-negative field in decimal, at least two digits; returns the
+// end.
+char* writeField(char* p, Tint64 value) noexcept {
+    char digits[20];
+    int n = 0;
+    do {
+        digits[n++] = char('0' + value % 10);
+        value /= 10;
+    } while (value);
+    if (n == 1)
+        *p++ = '0';
+    while (n)
+        *p++ = digits[--n];
+    return p;
+}
+
 } // namespace
 
-TanimTime& TanimTime::setValueInOtherUnit(double value, TtimeUnitSystem unit) noexcept {
+double TanimTime::ticksPerOtherUnit(TtimeUnitSystem unit) noexcept {
     if (unit == kTimeUserRate)
-        fTicks = roundToTicks(value * gTimeConvert.load(std::memory_order_relaxed));
-    else if (unit == kTimeUnitEnd)
-        fTicks = 0;
-    else
-        fTicks = roundToTicks(value);
-    return *this;
+        return gTimeConvert.load(std::memory_order_relaxed);
+    return unit == kTimeUnitEnd ? 0.0 : 1.0;
 }
 
 double TanimTime::valueInOtherUnit(TtimeUnitSystem unit) const noexcept {
@@ -147,14 +158,15 @@ void TanimTime::getValueInSmpteUnit(Tint32Array& out) const {
 
 Tstring TanimTime::valueInSmpteUnit() const {
     const Smpte s = split(fTicks);
-    char text[64];
+    // Four fields of at most 19 digits, three colons and the sign.
+    char text[4 * 19 + 4];
     char* p = text;
     if (s.negative)
         *p++ = '-';
     for (int i = 0; i < 4; ++i) {
         if (i)
             *p++ = ':';
-        p += std::snprintf(p, sizeof text - std::size_t(p - text), "%02lld", static_cast<long long>(s.field[i]));
+        p = writeField(p, s.field[i]);
     }
     return Tstring(text, static_cast<unsigned>(p - text));
 }

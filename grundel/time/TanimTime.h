@@ -5,10 +5,6 @@
 #include "grundel/core/Ttypes.h"
 #include "grundel/time/TtimeUnitSystem.h"
 
-#include <cmath>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 class TdebugOutput;
 class TfootprintInfo;
@@ -48,11 +44,16 @@ public:
     /// timeConvert(); the end marker (42) gives 0; other codes (negative or
     /// above 43) take value as ticks.
     TanimTime& setValue(double value, TtimeUnitSystem unit) noexcept {
-        if (static_cast<unsigned>(unit) < unsigned(kNumTimeUnits)) {
-            fTicks = roundToTicks(value * grundel::detail::kTimeConversions[unit].fToInternal);
-            return *this;
-        }
-        return setValueInOtherUnit(value, unit);
+        fTicks = roundToTicks(value * ticksPerUnit(unit));
+        return *this;
+    }
+
+    /// Ticks per unit of any code: the user-defined rate's timeConvert(), 0
+    /// for the end marker, 1 for codes outside 0 to 43.
+    static double ticksPerUnit(TtimeUnitSystem unit) noexcept {
+        if (static_cast<unsigned>(unit) < unsigned(kNumTimeUnits))
+            return grundel::detail::kTimeConversions[unit].fToInternal;
+        return ticksPerOtherUnit(unit);
     }
 
     /// The time in unit: ticks x the stored reciprocal of the unit's tick
@@ -155,17 +156,14 @@ public:
 
     /// A tick count rounded from value: halves to even, saturated, NaN to 0.
     static Tint32 roundToTicks(double value) noexcept {
-        if (value >= 2147483647.0)
-            return kMax;
-        if (value <= -2147483648.0)
-            return kMin;
-        if (value != value)
-            return 0;
-#if defined(__SSE2__)
-        return _mm_cvtsd_si32(_mm_set_sd(value)); // the unit's default rounding: halves to even
-#else
-        return static_cast<Tint32>(std::nearbyint(value));
-#endif
+        // Branch-free so that loops over arrays vectorise. Adding 1.5 x 2^52
+        // leaves no fraction bits, so the addition rounds in the default mode
+        // (halves to even) for any |value| up to 2^51.
+        constexpr double kRound = 6755399441055744.0;
+        value = value == value ? value : 0.0;
+        value = value < 2147483647.0 ? value : 2147483647.0;
+        value = value > -2147483648.0 ? value : -2147483648.0;
+        return static_cast<Tint32>((value + kRound) - kRound);
     }
 
 private:
@@ -175,7 +173,7 @@ private:
     static TanimTime saturate(Tint64 ticks) noexcept {
         return TanimTime(ticks > kMax ? kMax : ticks < kMin ? kMin : static_cast<Tint32>(ticks));
     }
-    TanimTime& setValueInOtherUnit(double value, TtimeUnitSystem unit) noexcept;
+    static double ticksPerOtherUnit(TtimeUnitSystem unit) noexcept;
     double valueInOtherUnit(TtimeUnitSystem unit) const noexcept;
 
     Tint32 fTicks;
