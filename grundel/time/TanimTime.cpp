@@ -94,7 +94,7 @@ Tint64 join(const Smpte& s) noexcept {
             if (double(s.field[3]) * rate >= double(kTicksPerSecond))
                 return -1;
             last = TanimTime::roundToTicks(double(s.field[3]) * rate);
-            slack = Tint64(std::ceil(rate));
+            slack = rate < 4294967296.0 ? Tint64(std::ceil(rate)) : Tint64(4294967296); // more than the range
         } else {
             const Tint64 perFrame = grundel::detail::kTicksPerTimeUnit[unit];
             if (s.field[3] * perFrame >= kTicksPerSecond)

@@ -163,6 +163,17 @@ TEST_F(TanimTimeTest, SmpteTextOfFramesAndClockUnits) {
     ASSERT_TRUE(TanimTime::setTimeConvert(200.2));
     EXPECT_EQ(smpte(6000 + 2002), "00:00:01:10");
     EXPECT_EQ(smpte(5999), "00:00:01:00");
+
+    // Extreme user rates stay defined: frames longer than a second, and
+    // frames so short that every count saturates.
+    ASSERT_TRUE(TanimTime::setTimeConvert(1e300));
+    EXPECT_EQ(smpte(6001), "00:00:01:00");
+    TanimTime t;
+    EXPECT_TRUE(t.setValueFromSmpteUnit(Tstring("99:25:13:00")));
+    ASSERT_TRUE(TanimTime::setTimeConvert(1e-300));
+    EXPECT_EQ(smpte(kMax), "99:25:13:2147483647");
+    EXPECT_TRUE(t.setValueFromSmpteUnit(Tstring("99:25:13:2147483647")));
+    EXPECT_EQ(t, TanimTime(kMax - 5647));
 }
 
 TEST_F(TanimTimeTest, SmpteTextParsesBackInEveryUnit) {
