@@ -281,8 +281,11 @@ private:
             int low;
             if (!parseBracketElement(set, low))
                 return false;
-            if (low < 0)
-                continue; // a class, added already
+            if (low < 0) { // a class, added already; it cannot start a range
+                if (*fP == '-' && fP[1] && fP[1] != ']')
+                    return fail(Status::syntax);
+                continue;
+            }
             int high = low;
             if (*fP == '-' && fP[1] && fP[1] != ']') {
                 ++fP;

@@ -1,6 +1,8 @@
 // The library's regular-expression engine, behind Tstring::matchesRegexp.
 #pragma once
 
+#include "grundel/core/Tapi.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -28,7 +30,7 @@ namespace grundel::detail {
 /// repeated reports its last iteration. Bytes are matched as they are.
 ///
 /// A compiled Regex is immutable: match() may run from several threads.
-class Regex {
+class GRUNDEL_API Regex {
 public:
     static constexpr std::uint32_t kMaxProgram = 1u << 14; ///< instructions
     static constexpr int kMaxNesting = 128;                ///< group depth
