@@ -1,6 +1,7 @@
 // Feeds arbitrary patterns and subjects to the regular-expression engine.
 // Input: pattern, a NUL byte, then the subject. Checks that a compiled
-// program stays within its bound and that every match is well formed.
+// program stays within its bound, that every match is well formed, and
+// that the backtracker and the Pike machine agree.
 #include <grundel/grundel.h>
 
 #include "grundel/core/Tregex_p.h"
@@ -37,10 +38,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // Tracking the groups never changes whether or where the text matches,
     // and every group lies inside the whole match.
+    // Both engines give the same groups.
     int whole[2];
     int slots[20];
+    int pike[20];
     const bool matched = re.match(subject.data(), subject.size(), whole, 2);
-    if (re.match(subject.data(), subject.size(), slots, 20) != matched)
+    if (re.match(subject.data(), subject.size(), slots, 20) != matched ||
+        re.match(subject.data(), subject.size(), pike, 20, Regex::Engine::pike) != matched ||
+        (matched && std::memcmp(slots, pike, sizeof slots) != 0))
         std::abort();
     if (!matched)
         return 0;

@@ -80,6 +80,37 @@ public:
         return Status::ok;
     }
 
+    // Literals at the top level that every match holds: after a leading
+    // "^", before a trailing "$", and the longest run of plain bytes.
+    void findLiterals() {
+        fRe.fPrefix.clear();
+        fRe.fSuffix.clear();
+        fRe.fRequired.clear();
+        const bool concat = fNodes[fRoot].kind == Kind::concat;
+        const std::uint32_t* items = concat ? &fKids[fNodes[fRoot].a] : &fRoot;
+        const std::uint32_t count = concat ? fNodes[fRoot].b : 1;
+        const auto isAssertion = [&](std::uint32_t i, std::uint8_t which) {
+            return fNodes[items[i]].kind == Kind::assertion && fNodes[items[i]].byte == which;
+        };
+        fRe.fAnchoredStart = isAssertion(0, kTextStart);
+        std::string run;
+        for (std::uint32_t i = 0; i <= count; ++i) {
+            if (i < count && fNodes[items[i]].kind == Kind::byte) {
+                run += char(fNodes[items[i]].byte);
+                continue;
+            }
+            if (run.size() > fRe.fRequired.size())
+                fRe.fRequired = run;
+            if (i == run.size() + 1 && fRe.fAnchoredStart)
+                fRe.fPrefix = run;
+            else if (i == count - 1 && isAssertion(i, kTextEnd))
+                fRe.fSuffix = run; // unless the same bytes are the prefix
+            run.clear();
+        }
+        if (fRe.fRequired == fRe.fPrefix || fRe.fRequired == fRe.fSuffix)
+            fRe.fRequired.clear();
+    }
+
     std::vector<Node> fNodes;
     std::vector<std::uint32_t> fKids;
     std::uint32_t fRoot = kNone;
@@ -444,7 +475,6 @@ Regex::Status Regex::compile(const char* pattern) {
     fProgram.clear();
     fSets.clear();
     fGroups = 0;
-    fAnchoredStart = false;
     Parser parser(pattern, *this);
     const Status status = parser.run();
     if (status != Status::ok)
@@ -460,10 +490,7 @@ Regex::Status Regex::compile(const char* pattern) {
     fProgram.push_back(Inst{Op::match, 0, 0, 0});
     assert(fProgram.size() == root.size + 3);
 
-    const Node* first = &root;
-    if (root.kind == Kind::concat)
-        first = &parser.fNodes[parser.fKids[root.a]];
-    fAnchoredStart = first->kind == Kind::assertion && first->byte == kTextStart;
+    parser.findLiterals();
     return Status::ok;
 }
 

@@ -1,11 +1,15 @@
-// The Pike machine: every live thread of the program advances one byte at
-// a time, at most one thread per instruction, so a match costs time linear
-// in the text and memory linear in the program.
+// Two ways to run a program, with the same results. The Pike machine
+// advances every live thread one byte at a time, at most one thread per
+// instruction, so a match costs time linear in the text and memory linear
+// in the program. For small programs on short texts a backtracker that
+// visits each (instruction, position) at most once is faster: the same
+// bound, with less bookkeeping per step.
 #include "grundel/core/Tregex_p.h"
 
 #include <algorithm>
 #include <cassert>
 #include <climits>
+#include <cstring>
 #include <memory>
 
 namespace grundel::detail {
@@ -14,6 +18,20 @@ namespace {
 
 bool isWordByte(int c) noexcept {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+bool holds(std::uint8_t assertion, const char* text, int length, int pos) noexcept {
+    const bool before = pos > 0 && isWordByte(static_cast<unsigned char>(text[pos - 1]));
+    const bool after = pos < length && isWordByte(static_cast<unsigned char>(text[pos]));
+    switch (assertion) {
+    case Regex::kTextStart: return pos == 0;
+    case Regex::kTextEnd: return pos == length;
+    case Regex::kWordBoundary: return before != after;
+    case Regex::kNotWordBoundary: return before == after;
+    case Regex::kWordStart: return !before && after;
+    case Regex::kWordEnd: return before && !after;
+    default: return false;
+    }
 }
 
 } // namespace
@@ -27,8 +45,13 @@ public:
         // One block: two lists (sparse index, dense pcs, captures per entry),
         // the job stack and the best match so far.
         const std::size_t ints = 2 * (2 * n + n * fSlots) + 3 * (2 * n + 1) + fSlots;
-        fMemory.reset(new int[ints]());
-        int* p = fMemory.get();
+        int* p = fSmall;
+        if (ints > kSmall) {
+            fLarge.reset(new int[ints]());
+            p = fLarge.get();
+        } else {
+            std::fill(p, p + ints, 0);
+        }
         for (List& list : fLists) {
             list.sparse = reinterpret_cast<std::uint32_t*>(p);
             list.dense = reinterpret_cast<std::uint32_t*>(p + n);
@@ -104,20 +127,6 @@ private:
         std::uint32_t size = 0;
     };
 
-    bool holds(std::uint8_t assertion, int pos) const noexcept {
-        const bool before = pos > 0 && isWordByte(static_cast<unsigned char>(fText[pos - 1]));
-        const bool after = pos < fLength && isWordByte(static_cast<unsigned char>(fText[pos]));
-        switch (assertion) {
-        case kTextStart: return pos == 0;
-        case kTextEnd: return pos == fLength;
-        case kWordBoundary: return before != after;
-        case kNotWordBoundary: return before == after;
-        case kWordStart: return !before && after;
-        case kWordEnd: return before && !after;
-        default: return false;
-        }
-    }
-
     // Follows jumps, splits, saves and assertions from pc in priority
     // order, adding every instruction reached to the list; those that
     // consume a byte or match keep a copy of the captures. caps is
@@ -153,7 +162,7 @@ private:
                     }
                     ++pc;
                 } else if (in.op == Op::assert) {
-                    if (!holds(in.byte, pos))
+                    if (!holds(in.byte, fText, fLength, pos))
                         break;
                     ++pc;
                 } else {
@@ -176,16 +185,151 @@ private:
     const char* fText;
     int fLength;
     int fSlots;
-    std::unique_ptr<int[]> fMemory;
+    // Small programs need no allocation; a fixed size, whatever the pattern.
+    static constexpr std::size_t kSmall = 1024;
+    int fSmall[kSmall];
+    std::unique_ptr<int[]> fLarge;
     List fLists[2];
     int* fJobs = nullptr;
     int* fBest = nullptr;
 };
 
-bool Regex::match(const char* text, std::size_t length, int* slots, int slotCount) const {
+// Depth first in priority order; a visited (instruction, position) is not
+// tried again, since the first visit came by the preferred path and found
+// whatever could be found from there.
+class Regex::Backtracker {
+public:
+    static constexpr std::size_t kMaxStates = 4096;
+
+    Backtracker(const Regex& re, const char* text, int length, int slotCount)
+        : fProgram(re.fProgram.data()), fSets(re.fSets.data()), fSize(re.fProgram.size()), fText(text),
+          fLength(length), fSlots(slotCount) {
+        std::fill(fVisited, fVisited + (fSize * std::size_t(length + 1) + 63) / 64, 0);
+    }
+
+    bool run(bool anchoredStart, int* slots) {
+        for (int start = 0; start <= fLength; ++start) {
+            std::fill(fCaps, fCaps + fSlots, -1);
+            if (tryFrom(start, slots))
+                return true;
+            if (anchoredStart)
+                break;
+        }
+        return false;
+    }
+
+private:
+    bool visit(std::uint32_t pc, int pos) noexcept {
+        const std::size_t bit = std::size_t(pos) * fSize + pc;
+        std::uint64_t& word = fVisited[bit >> 6];
+        const std::uint64_t mask = std::uint64_t(1) << (bit & 63);
+        if (word & mask)
+            return false;
+        word |= mask;
+        return true;
+    }
+
+    // Jobs are triples: a branch to explore (pc, pos, -1) or a capture to
+    // restore (slot, value, 0).
+    void push(int a, int b, int c) {
+        fJobs.push_back(a);
+        fJobs.push_back(b);
+        fJobs.push_back(c);
+    }
+
+    // Every match found from start, longest kept; returns true on any.
+    bool tryFrom(int start, int* slots) {
+        bool matched = false;
+        int bestEnd = -1;
+        fJobs.clear();
+        push(0, start, -1);
+        while (!fJobs.empty()) {
+            const std::size_t top = fJobs.size() - 3;
+            const int a = fJobs[top], b = fJobs[top + 1], c = fJobs[top + 2];
+            fJobs.resize(top);
+            if (c >= 0) {
+                fCaps[a] = b;
+                continue;
+            }
+            std::uint32_t pc = std::uint32_t(a);
+            int pos = b;
+            while (visit(pc, pos)) {
+                const Inst& in = fProgram[pc];
+                const int byte = pos < fLength ? static_cast<unsigned char>(fText[pos]) : -1;
+                bool next = false;
+                switch (in.op) {
+                case Op::byte:
+                    next = byte == in.byte;
+                    break;
+                case Op::any:
+                    next = byte >= 0;
+                    break;
+                case Op::set:
+                    next = byte >= 0 && fSets[in.x].has(static_cast<unsigned char>(byte));
+                    break;
+                case Op::jump:
+                    pc = in.x;
+                    continue;
+                case Op::split:
+                    push(int(in.y), pos, -1);
+                    pc = in.x;
+                    continue;
+                case Op::save:
+                    if (in.x < std::uint32_t(fSlots)) {
+                        push(int(in.x), fCaps[in.x], 0);
+                        fCaps[in.x] = pos;
+                    }
+                    ++pc;
+                    continue;
+                case Op::assert:
+                    if (holds(in.byte, fText, fLength, pos)) {
+                        ++pc;
+                        continue;
+                    }
+                    break;
+                case Op::match:
+                    if (pos > bestEnd) {
+                        std::copy(fCaps, fCaps + fSlots, slots);
+                        bestEnd = pos;
+                        matched = true;
+                        if (pos == fLength)
+                            return true; // nothing can be longer
+                    }
+                    break;
+                }
+                if (!next)
+                    break;
+                ++pc;
+                ++pos;
+            }
+        }
+        return matched;
+    }
+
+    const Inst* fProgram;
+    const ByteSet* fSets;
+    std::size_t fSize;
+    const char* fText;
+    int fLength;
+    int fSlots;
+    int fCaps[20];
+    std::uint64_t fVisited[kMaxStates / 64 + 1];
+    std::vector<int> fJobs;
+};
+
+bool Regex::match(const char* text, std::size_t length, int* slots, int slotCount, Engine engine) const {
     assert(slotCount >= 2 && slotCount <= 20 && slotCount % 2 == 0);
     if (fProgram.empty() || length > std::size_t(INT_MAX - 1))
         return false;
+    if (length < fPrefix.size() + fSuffix.size() ||
+        std::memcmp(text, fPrefix.data(), fPrefix.size()) != 0 ||
+        std::memcmp(text + length - fSuffix.size(), fSuffix.data(), fSuffix.size()) != 0 ||
+        (!fRequired.empty() && !::memmem(text, length, fRequired.data(), fRequired.size())))
+        return false;
+    if (engine != Engine::pike && fProgram.size() * (length + 1) <= Backtracker::kMaxStates) {
+        Backtracker backtracker(*this, text, int(length), slotCount);
+        return backtracker.run(fAnchoredStart, slots);
+    }
     Machine machine(*this, text, int(length), slotCount);
     return machine.run(fAnchoredStart, slots);
 }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace grundel::detail {
@@ -51,7 +52,11 @@ public:
     /// fills slots[2g] and slots[2g + 1] with the start and end of group g
     /// (group 0 the whole match, -1 for a group that took no part) for
     /// 2g < slotCount, and returns true. slotCount is even, 2 to 20.
-    [[nodiscard]] bool match(const char* text, std::size_t length, int* slots, int slotCount) const;
+    /// The engine is chosen by program and text size unless forced (for
+    /// tests: both give the same results).
+    enum class Engine { automatic, pike };
+    [[nodiscard]] bool match(const char* text, std::size_t length, int* slots, int slotCount,
+                             Engine engine = Engine::automatic) const;
 
     enum class Op : std::uint8_t { byte, any, set, split, jump, save, assert, match };
     enum Assertion : std::uint8_t {
@@ -73,11 +78,18 @@ private:
     class Parser;
     class Compiler;
     class Machine;
+    class Backtracker;
 
     std::vector<Inst> fProgram;
     std::vector<ByteSet> fSets;
     int fGroups = 0;
     bool fAnchoredStart = false; ///< every match starts at 0
+    // Literals every match holds, checked before the machine runs: after
+    // a leading "^", before a trailing "$", and the longest run of plain
+    // bytes at the top level.
+    std::string fPrefix;
+    std::string fSuffix;
+    std::string fRequired;
 };
 
 } // namespace grundel::detail

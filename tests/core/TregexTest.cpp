@@ -52,6 +52,13 @@ TEST(Tregex, LeftmostLongestMatch) {
         {"", "abc", "0-0"},
         {"a", "", "no"},
         {"b+", "aaa", "no"},
+        // Literals at the ends and in the middle are checked first.
+        {"^abc$", "abc", "0-3"},
+        {"^ab.*b$", "ab", "no"},
+        {"^ab.*b$", "abb", "0-3"},
+        {"x.*abc$", "xab", "no"},
+        {"^a(b)cd.*e$", "abcde", "0-5 1-2"},
+        {"[0-9]-rig", "a1-rig", "1-6"},
     });
 }
 
