@@ -232,21 +232,29 @@ private:
     // Jobs are triples: a branch to explore (pc, pos, -1) or a capture to
     // restore (slot, value, 0).
     void push(int a, int b, int c) {
-        fJobs.push_back(a);
-        fJobs.push_back(b);
-        fJobs.push_back(c);
+        if (fTop + 3 > fCapacity) {
+            // At most one branch and one restore per state: bounded.
+            std::vector<int> grown(2 * fCapacity);
+            std::copy(fJobs, fJobs + fTop, grown.begin());
+            fSpill.swap(grown);
+            fJobs = fSpill.data();
+            fCapacity = fSpill.size();
+        }
+        fJobs[fTop] = a;
+        fJobs[fTop + 1] = b;
+        fJobs[fTop + 2] = c;
+        fTop += 3;
     }
 
     // Every match found from start, longest kept; returns true on any.
     bool tryFrom(int start, int* slots) {
         bool matched = false;
         int bestEnd = -1;
-        fJobs.clear();
+        fTop = 0;
         push(0, start, -1);
-        while (!fJobs.empty()) {
-            const std::size_t top = fJobs.size() - 3;
-            const int a = fJobs[top], b = fJobs[top + 1], c = fJobs[top + 2];
-            fJobs.resize(top);
+        while (fTop) {
+            fTop -= 3;
+            const int a = fJobs[fTop], b = fJobs[fTop + 1], c = fJobs[fTop + 2];
             if (c >= 0) {
                 fCaps[a] = b;
                 continue;
@@ -314,7 +322,11 @@ private:
     int fSlots;
     int fCaps[20];
     std::uint64_t fVisited[kMaxStates / 64 + 1];
-    std::vector<int> fJobs;
+    int fInline[192];
+    std::vector<int> fSpill;
+    int* fJobs = fInline;
+    std::size_t fTop = 0;
+    std::size_t fCapacity = 192;
 };
 
 bool Regex::match(const char* text, std::size_t length, int* slots, int slotCount, Engine engine) const {
