@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 using grundel::detail::Regex;
 
@@ -204,4 +205,27 @@ TEST(Tregex, MatchesRegexpOutputs) {
     // Automatic anchoring wraps the whole text, so "|" binds looser.
     EXPECT_EQ(Tstring("xb").matchesRegexp("a|b"), 1);
     EXPECT_EQ(Tstring("xa").matchesRegexp("a|b"), 0);
+}
+
+// Small programs on short texts run on a backtracker, the rest on the Pike
+// machine; both must give the same groups, also where the backtracker's
+// job stack outgrows its inline buffer.
+TEST(Tregex, EnginesAgree) {
+    std::string ab;
+    for (int i = 0; i < 150; ++i)
+        ab += i % 3 ? 'a' : 'b';
+    const std::string subjects[] = {"", "abc", "aab ab_c", "xxabcab", ab, ab + "c"};
+    for (const char* pattern : {"(a|b)*(a|ab)*c", "((a)|b)+", "^(.*)(b+)(.*)$", "\\<(a+)\\>|b", "(a|)*$", "(ab|a)(c|bcd)?"}) {
+        Regex re;
+        ASSERT_EQ(re.compile(pattern), Regex::Status::ok) << pattern;
+        for (const std::string& s : subjects) {
+            int automatic[20], pike[20];
+            const bool matched = re.match(s.data(), s.size(), automatic, 20);
+            ASSERT_EQ(re.match(s.data(), s.size(), pike, 20, Regex::Engine::pike), matched) << pattern << " " << s;
+            if (matched) {
+                EXPECT_EQ(std::vector<int>(automatic, automatic + 20), std::vector<int>(pike, pike + 20))
+                    << pattern << " " << s;
+            }
+        }
+    }
 }
