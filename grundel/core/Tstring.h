@@ -454,9 +454,15 @@ public:
     /// already starts with "^" or ends with "$". On a match, group i goes to
     /// the i-th output (stopping at the first null one; a group that took no
     /// part empties its output). Returns the number of groups (1 when there
-    /// are none), or 0 when there is no match or the pattern is invalid. A
-    /// pattern whose compiled form would grow without bound (stacked
-    /// repetitions such as "a++" or "(a{99}){99}") counts as invalid.
+    /// are none), or 0 when there is no match or the pattern is invalid.
+    /// The leftmost-longest match counts; within it repetitions take as much
+    /// as they can and earlier alternatives win. Besides the POSIX syntax:
+    /// "{,m}", "\w", "\W", "\s", "\S" and the assertions "\b", "\B",
+    /// "\<", "\>". Invalid: back-references, stacked repetitions ("a++",
+    /// "a{2}*"), bounds over 32767, groups nested over 128 deep, and patterns
+    /// that compile to more than 16384 instructions (counted repetitions are
+    /// expanded: "(a{99}){99}" is too large). Time is linear in the text,
+    /// memory linear in the pattern.
     int matchesRegexp(const char* pattern, Tstring* out1 = nullptr, Tstring* out2 = nullptr,
                       Tstring* out3 = nullptr, Tstring* out4 = nullptr, Tstring* out5 = nullptr,
                       Tstring* out6 = nullptr, Tstring* out7 = nullptr, Tstring* out8 = nullptr,

@@ -1,11 +1,12 @@
 // Wildcards, regular expressions and environment expansion for Tstring.
 #include "grundel/core/Tstring.h"
 
+#include "grundel/core/Tregex_p.h"
 #include "grundel/core/VornEnv.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <regex.h>
 
 namespace {
 
@@ -52,57 +53,6 @@ bool wildcardMatch(const char* t, const char* p) noexcept {
     return !*p;
 }
 
-// The regular-expression compiler copies the tree under a repetition once
-// per repeat and its closure computation explodes on stacked operators, so
-// "a++", "a*{2}" (undefined in the extended syntax anyway) are refused, and
-// the pattern length times every bound must stay within a budget. Refused
-// patterns count as not compiling.
-constexpr TuInt64 kRegexBudget = TuInt64(1) << 18;
-
-bool regexWithinBudget(const char* p) noexcept {
-    TuInt64 estimate = std::strlen(p) + 1;
-    bool afterRepeat = false;
-    while (*p && estimate <= kRegexBudget) {
-        const char c = *p++;
-        if (c == '\\') {
-            if (*p)
-                ++p;
-            afterRepeat = false;
-        } else if (c == '[') {
-            // A bracket expression is one atom; "]" first in it is literal.
-            if (*p == '^')
-                ++p;
-            if (*p == ']')
-                ++p;
-            while (*p && *p != ']')
-                ++p;
-            if (*p)
-                ++p;
-            afterRepeat = false;
-        } else if (c == '*' || c == '+' || c == '?') {
-            if (afterRepeat)
-                return false;
-            afterRepeat = true;
-        } else if (c == '{') {
-            if (afterRepeat)
-                return false;
-            TuInt64 bound = 0;
-            for (; *p && *p != '}'; ++p)
-                if (*p >= '0' && *p <= '9')
-                    bound = bound < kRegexBudget ? bound * 10 + TuInt64(*p - '0') : bound;
-                else if (*p == ',')
-                    bound = 0; // the upper bound decides
-            if (*p)
-                ++p;
-            estimate *= bound > 1 ? bound : 2;
-            afterRepeat = true;
-        } else {
-            afterRepeat = false;
-        }
-    }
-    return estimate <= kRegexBudget;
-}
-
 inline bool isNameChar(char c) noexcept { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
 } // namespace
@@ -133,28 +83,28 @@ int Tstring::matchesRegexp(const char* pattern, Tstring* out1, Tstring* out2, Ts
     const std::size_t n = std::strlen(pattern);
     const bool anchored = pattern[0] == '^' || (n > 0 && pattern[n - 1] == '$');
     const Tstring expression = anchored ? Tstring(pattern) : cformatString("^%s$", pattern);
-    if (!regexWithinBudget(expression.asC()))
-        return 0;
-    regex_t re;
-    if (::regcomp(&re, expression.asC(), REG_EXTENDED) != 0)
-        return 0;
-    // An output may be this string: keep the subject while the outputs change.
-    const Tstring subject(*this);
-    regmatch_t match[10];
-    const bool matched = ::regexec(&re, subject.asC(), 10, match, 0) == 0;
-    const int groups = static_cast<int>(re.re_nsub);
-    ::regfree(&re);
-    if (!matched)
+    grundel::detail::Regex re;
+    if (re.compile(expression.asC()) != grundel::detail::Regex::Status::ok)
         return 0;
     Tstring* outputs[9] = {out1, out2, out3, out4, out5, out6, out7, out8, out9};
-    for (int i = 0; i < 9 && outputs[i]; ++i) {
-        const regmatch_t& m = match[i + 1];
-        if (i >= groups || m.rm_so < 0)
+    int wanted = 0;
+    while (wanted < 9 && outputs[wanted])
+        ++wanted;
+    // Only the groups someone asked for are tracked.
+    const int tracked = std::min(wanted, re.groups());
+    int slots[20];
+    // An output may be this string: keep the subject while the outputs change.
+    const Tstring subject(*this);
+    if (!re.match(subject.asC(), subject.length(), slots, 2 * (tracked + 1)))
+        return 0;
+    for (int i = 0; i < wanted; ++i) {
+        const int start = i < tracked ? slots[2 * i + 2] : -1;
+        if (start < 0)
             outputs[i]->clear();
         else
-            outputs[i]->set(subject.asC() + m.rm_so, static_cast<unsigned int>(m.rm_eo - m.rm_so));
+            outputs[i]->set(subject.asC() + start, static_cast<unsigned int>(slots[2 * i + 3] - start));
     }
-    return groups > 0 ? groups : 1;
+    return re.groups() > 0 ? re.groups() : 1;
 }
 
 Tstring Tstring::expandEnvAndTilde() const noexcept {
