@@ -151,7 +151,7 @@ private:
     void closeHandle() noexcept;
     /// Waits for the system thread of a thread that has set its end to be
     /// gone, and releases it (once).
-    void reapHandle() noexcept;
+    void reapHandle();
     /// Drops one of the two holds on the object (references, running
     /// thread); the last destroys it.
     void releaseLife() noexcept;

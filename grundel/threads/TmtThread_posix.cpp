@@ -111,7 +111,7 @@ void TmtThread::closeHandle() noexcept {
     }
 }
 
-void TmtThread::reapHandle() noexcept {
+void TmtThread::reapHandle() {
     TmtThreadControl& c = *fControl;
     pthread_t handle;
     {
