@@ -3,6 +3,7 @@
 #include "grundel/object/Tnamespace.h"
 
 #include <cctype>
+#include <vector>
 
 namespace {
 
@@ -34,7 +35,7 @@ Tname::Tname(const Tstring& text, bool resolvePath) : fName(text) {
     Tnamespace* space = nullptr;
     if (colon < 0) {
         fNamespace = Tnamespace::currentNamespace();
-    } else if (TfindNamespace::findNamespace(text.substring(0, colon - 1), &space, nullptr)) {
+    } else if (TfindNamespace::findNamespace(text.substring(0, colon), &space, nullptr)) {
         fNamespace = space;
         fName = text.substring(colon + 1, static_cast<int>(text.length()) - 1);
     }
@@ -82,8 +83,9 @@ Tstring Tname::parseAndConvertName(const Tstring& name, Tnamespace*& space, bool
     const int colon = converted.rindex(':');
     if (colon < 0)
         return converted;
+    // The path keeps its last ":", so that ":ball" names the root.
     Tnamespace* found = nullptr;
-    space = TfindNamespace::findNamespace(converted.substring(0, colon - 1), &found, space) ? found : nullptr;
+    space = TfindNamespace::findNamespace(converted.substring(0, colon), &found, space) ? found : nullptr;
     return converted.substring(colon + 1, static_cast<int>(converted.length()) - 1);
 }
 
@@ -162,9 +164,18 @@ bool Tname::removeObject(TnameObject* object) {
 void Tname::buildNamespacePath() { fNamespacePath = pathOf(fRegistered ? fRegisteredNamespace : fNamespace); }
 
 Tstring Tname::pathOf(const Tnamespace* space) {
-    if (!space || !space->parent())
-        return Tstring();
-    return pathOf(space->parent()) + ":" + space->name();
+    std::vector<Tstring> levels;
+    unsigned int length = 0;
+    for (; space && space->parent(); space = space->parent()) {
+        levels.push_back(space->name());
+        length += levels.back().length() + 1;
+    }
+    Tstring path(length);
+    for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
+        path += ':';
+        path += *level;
+    }
+    return path;
 }
 
 Tstring Tname::asFullNamespacePath() const {

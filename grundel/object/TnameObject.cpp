@@ -10,7 +10,7 @@ TuInt32 TnameObject::fsRelativeNames = 0;
 
 TnameObject::TnameObject() noexcept = default;
 
-TnameObject::TnameObject(const Tstring& name) { setName(name); }
+TnameObject::TnameObject(const Tstring& name) { (void)setName(name); }
 
 TnameObject::~TnameObject() {
     if (fName.isRegistered())
@@ -21,27 +21,36 @@ void TnameObject::_getFootprint(TfootprintInfo& info) const {
     info.setSize(typeof()->size() + fName.asString().capacity() + fPlainName.capacity(), typeof()->name());
 }
 
-void TnameObject::setName(const Tstring& name) {
-    Tnamespace* space = fName.nameSpace();
+bool TnameObject::setName(const Tstring& name) {
+    // A path is read from the current namespace, as relativeName() writes it.
+    Tnamespace* space = name.index(':') >= 0 ? nullptr : fName.nameSpace();
     bool valid = false;
     bool numbered = false;
     const Tstring simple = Tname::parseAndConvertName(name, space, valid, numbered, false);
+    if (simple.isEmpty() || !space)
+        return false;
+    Tname target(simple, space);
+    if (numbered)
+        target.makeUnique();
     if (!isReserved()) {
         fName.setNamespace(space);
-        fPlainName = simple;
-        if (numbered)
-            makeNameUnique();
-        return;
+        fPlainName = target.asString();
+        return true;
     }
-    const bool wasRegistered = fName.isRegistered();
-    if (wasRegistered)
-        fName.removeObject(this);
-    fName.setText(simple);
+    if (fName.isRegistered()) {
+        Tnamespace* from = fName.registeredNamespace();
+        if (from == space && fName.asString() == target.asString())
+            return true;
+        return from->mapObject(fName.asString(), target.asString(), space);
+    }
+    // Reserved but refused before: the new name may be free.
+    const Tname previous = fName;
+    fName.setText(target.asString());
     fName.setNamespace(space);
-    if (numbered)
-        fName.makeUnique();
-    if (wasRegistered)
-        fName.addObject(this);
+    if (fName.addObject(this))
+        return true;
+    fName = previous;
+    return false;
 }
 
 Tname TnameObject::currentName() const {

@@ -21,7 +21,8 @@ class GRUNDEL_API TnameObject : public TapiPtrBase {
 
 public:
     TnameObject() noexcept;
-    /// Named name (converted as setName does), not yet reserved.
+    /// Named name (converted as setName does), not yet reserved; without a
+    /// name when setName would refuse it.
     explicit TnameObject(const Tstring& name);
     ~TnameObject() override;
     TnameObject(const TnameObject&) = delete;
@@ -30,11 +31,18 @@ public:
     TapiType apiType() const noexcept override { return kApiNamedObject; }
     /// Reports the object's own size.
     virtual void _getFootprint(TfootprintInfo& info) const;
-    /// Converts name (see Tname::validateName); a namespace path inside it
-    /// picks the namespace. A reserved object is taken out of its namespace
-    /// and entered again under the new name. A trailing "#" asks for a
-    /// running number.
-    virtual void setName(const Tstring& name);
+    /// Renames the object, which either lands where name says or stays
+    /// where it was. name is converted as Tname::validateName does; a
+    /// namespace path in it ("lights:bulb", ":scene:bulb") is resolved from
+    /// the current namespace and names the namespace to move to, while a
+    /// simple name keeps the object's namespace; a trailing "#" asks for a
+    /// running number there. A reserved object is entered under the new
+    /// name, also when it was not registered before. False, with nothing
+    /// changed, when the converted name is empty, the path names no
+    /// namespace, or (reserved) the name is taken there by another object
+    /// or a namespace would move into itself, below itself or deeper than
+    /// Tnamespace::kMaxDepth.
+    [[nodiscard]] virtual bool setName(const Tstring& name);
 
     /// The simple name.
     Tstring name() const;

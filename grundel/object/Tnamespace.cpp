@@ -37,7 +37,7 @@ Tnamespace::Tnamespace() noexcept = default;
 
 Tnamespace::Tnamespace(const TnameString& name, Tnamespace* parent) : fParent(parent) {
     nameObj().setNamespace(parent);
-    setName(name);
+    (void)setName(name);
     if (parent)
         reserveName();
 }
@@ -115,6 +115,13 @@ bool Tnamespace::mapObject(const TnameString& from, const TnameString& to, Tname
     if (at == fTable.end() || to.isEmpty() || target->fTable.count(to) != 0)
         return false;
     TnameObject* object = at->second;
+    if (const Tnamespace* moving = asNamespace(object)) {
+        for (const Tnamespace* level = target; level; level = level->fParent)
+            if (level == moving)
+                return false;
+        if (target->depth() + 1 + moving->height() > maxDepth)
+            return false;
+    }
     fTable.erase(at);
     target->fTable.emplace(to, object);
     Tname& name = object->nameObj();
@@ -179,7 +186,8 @@ void Tnamespace::removeEmptyNamespaces() {
 
 Tnamespace* Tnamespace::createChild(const TnameString& name) {
     Tstring valid;
-    if (!Tname::validateNameForFileIO(name, valid) || valid.index(':') >= 0 || fTable.count(name))
+    if (!Tname::validateNameForFileIO(name, valid) || valid.index(':') >= 0 || fTable.count(name) ||
+        depth() >= maxDepth)
         return nullptr;
     auto* child = new Tnamespace(name, this);
     if (!child->nameObj().isRegistered()) {
@@ -197,6 +205,30 @@ void Tnamespace::rebuildPaths() {
         entry.second->nameObj().buildNamespacePath();
         if (Tnamespace* child = asNamespace(entry.second))
             child->rebuildPaths();
+    }
+}
+
+TuInt32 Tnamespace::depth() const noexcept {
+    TuInt32 levels = 0;
+    for (const Tnamespace* up = fParent; up; up = up->fParent)
+        ++levels;
+    return levels;
+}
+
+TuInt32 Tnamespace::height() const {
+    // Breadth first, one level at a time: no recursion however deep.
+    TuInt32 levels = 0;
+    std::vector<const Tnamespace*> level{this}, below;
+    for (;;) {
+        below.clear();
+        for (const Tnamespace* space : level)
+            for (const auto& entry : space->fTable)
+                if (const Tnamespace* child = asNamespace(entry.second); child && child->fParent == space)
+                    below.push_back(child);
+        if (below.empty())
+            return levels;
+        ++levels;
+        level.swap(below);
     }
 }
 

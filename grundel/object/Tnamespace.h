@@ -24,13 +24,19 @@ struct TnameOrder {
 ///
 /// Three namespaces are global: the root, the current one (names without a
 /// path are resolved there; the root at first) and the user-interface one,
-/// all made on first use and torn down by cleanup(). Used on the
-/// application's main thread only.
+/// all made on first use and torn down by cleanup(). The tree is at most
+/// maxDepth levels below its top. Used on the application's main thread
+/// only.
 class GRUNDEL_API Tnamespace : public TnameObject {
     GRUNDEL_CLASS(Tnamespace)
 
 public:
     using Table = std::map<TnameString, TnameObject*, grundel::detail::TnameOrder>;
+
+    /// The deepest level a namespace may have below the top of its tree;
+    /// making or moving a namespace deeper is refused, which keeps the work
+    /// on the tree (paths, teardown) bounded.
+    static constexpr TuInt32 maxDepth = 256;
 
     /// An unnamed namespace without a parent.
     Tnamespace() noexcept;
@@ -50,7 +56,9 @@ public:
     virtual void reset();
     /// Moves the object entered here as from to the name to in target (this
     /// namespace when null), keeping its registration. False when from is
-    /// not here or to is taken in target.
+    /// not here, to is empty or taken in target, or the object is a
+    /// namespace that would land in itself, below itself or deeper than
+    /// maxDepth.
     virtual bool mapObject(const TnameString& from, const TnameString& to, Tnamespace* target);
     /// Undoes mapObject: moves the object entered in target as to back here
     /// as from.
@@ -72,7 +80,7 @@ public:
     virtual void removeEmptyNamespaces();
 
     /// Makes a namespace in this one that this one owns; null when the name
-    /// is invalid or taken.
+    /// is invalid or taken, or this one is maxDepth levels deep.
     Tnamespace* createChild(const TnameString& name);
     /// Whether this namespace deletes space with itself.
     bool owns(const Tnamespace* space) const noexcept;
@@ -84,6 +92,7 @@ public:
     static void setCurrentNamespace(Tnamespace* space) noexcept;
     static Tnamespace* UINamespace();
     /// Makes (or finds) the namespace named by a path from the current one.
+    /// Null when a level cannot be made (the levels above it stay).
     static Tnamespace* createNamespace(const TnameString& path);
     /// Deletes the global namespaces and everything they own.
     static void cleanup();
@@ -112,6 +121,10 @@ private:
     static void unregister(TnameObject* object) noexcept;
     /// Rebuilds the stored paths of everything below this namespace.
     void rebuildPaths();
+    /// Levels above this namespace: 0 for the top of a tree.
+    TuInt32 depth() const noexcept;
+    /// Levels of namespaces below this one: 0 when it holds none.
+    TuInt32 height() const;
 
     Table fTable;
     Tnamespace* fParent = nullptr;

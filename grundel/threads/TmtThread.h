@@ -5,6 +5,7 @@
 #include "grundel/core/Ttypes.h"
 
 #include <atomic>
+#include <memory>
 
 class TmtThread;
 
@@ -63,7 +64,8 @@ public:
     /// with nothing changed when the time runs out. When the wait ends (or
     /// cannot be made: the thread joining itself, or the record of the main
     /// thread) the thread is marked finished and no longer joinable, and the
-    /// result tells whether its end was seen. On a detached thread: whether
+    /// result tells whether its end was seen; a join that saw it has also
+    /// waited for the system thread to be gone. On a detached thread: whether
     /// its status is finished, without waiting.
     bool join(int timeout);
     /// Makes the thread not joinable; it then releases its own system
@@ -100,6 +102,9 @@ public:
     void setRunning() noexcept { fStatus.store(kThreadRunning); }
     bool isJoinable() const noexcept { return fJoinable.load(); }
     /// The procedure shutdown() calls, with data, to ask the function to end.
+    /// Once this returns, a call of the procedure set before has ended, and
+    /// none starts again, so that a procedure's data may go away after it is
+    /// replaced (by null, for instance). A procedure may set another.
     void setShutdownProc(TmtShutdownProc proc, void* data) noexcept;
     TmtThreadInfo* info() noexcept { return &fInfo; }
 
@@ -144,6 +149,9 @@ private:
     void finishRun() noexcept;
     /// Lets the system release the thread when it ends (once).
     void closeHandle() noexcept;
+    /// Waits for the system thread of a thread that has set its end to be
+    /// gone, and releases it (once).
+    void reapHandle();
     /// Drops one of the two holds on the object (references, running
     /// thread); the last destroys it.
     void releaseLife() noexcept;
@@ -155,7 +163,7 @@ private:
     std::atomic<bool> fJoinable{true};
     std::atomic<int> fStatus{kThreadIdle};
     TmtRefCounter fRefCount;
-    grundel::detail::TmtThreadControl* fControl;
+    std::unique_ptr<grundel::detail::TmtThreadControl> fControl;
 
     // The pool's list, guarded by the pool's lock.
     TmtThread* fPrevious = nullptr;

@@ -1,12 +1,17 @@
 #include "grundel/threads/TmtThreadPool.h"
 
 #include "grundel/core/TresourceQuery.h"
+#include "grundel/threads/TmtThreadSubPool.h"
 #include "grundel/threads/TmtThread_p.h"
 
 #include <algorithm>
 #include <mutex>
 
 namespace {
+// How long shutdownPool waits for a terminated thread to unwind. One that
+// reaches no cancellation point in that time is abandoned.
+constexpr int kUnwindWaitMs = 1000;
+
 // The pool's list must be guarded even when no worker runs: a thread that
 // has just left the count can still be taking itself out of the list.
 TmtRefCounter gAlwaysLock(1);
@@ -137,6 +142,10 @@ bool TmtThreadPool::sForget(TmtThread* thread) noexcept {
 }
 
 void TmtThreadPool::shutdownPool() {
+    // The teams first: their workers finish what they run, without the
+    // grace period and termination below, and are joined.
+    TmtThreadSubPool::sCloseAll(this);
+
     const TuInt32 self = TmtThread::currentThreadID();
     // Each is pinned by a reference of ours while it is shut down, so that
     // it cannot vanish in between; with the pin dropped again, what remains
@@ -155,6 +164,11 @@ void TmtThreadPool::shutdownPool() {
     for (TuInt32 i = 0; i < others.length(); ++i) {
         TmtThread* thread = others[i];
         thread->shutdown(false);
+        // Joined, or terminated: then its stack unwinds, and its end waits
+        // for that.
+        grundel::detail::TmtThreadControl& c = *thread->fControl;
+        if (c.spawned && c.ended.wait(kUnwindWaitMs))
+            thread->reapHandle();
         thread->unref();
     }
 
@@ -176,4 +190,5 @@ void TmtThreadPool::shutdownPool() {
     if (mainRecord)
         mainRecord->unref();
     delete this;
+    TmtThreadSubPool::sReopenAll();
 }

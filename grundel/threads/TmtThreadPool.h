@@ -43,12 +43,17 @@ public:
     /// Threads in the list, the main thread's record included.
     int numThreads();
 
-    /// Ends every listed thread but the calling one with shutdown(false)
-    /// (asked to end, 100 milliseconds' grace, then terminated), dropping one
-    /// reference of each, then destroys the pool; the next getPool() makes a
-    /// new one. Meant for the end of the process: threads the caller still
-    /// points at, sub-pools included, must not be used afterwards unless the
-    /// caller holds a reference of its own.
+    /// Ends every thread but the calling one, and the pool. First the teams
+    /// of live sub-pools: each worker finishes the run it is in, takes no
+    /// more and is joined, and the sub-pools stay closed (see
+    /// TmtThreadSubPool). Then every other listed thread gets shutdown(false)
+    /// (asked to end, 100 milliseconds' grace, then terminated), which drops
+    /// one reference of each, and is waited for: joined, or for up to a
+    /// second while a terminated thread unwinds (one that reaches no
+    /// cancellation point by then is abandoned). Then the pool is destroyed;
+    /// the next getPool() makes a new one. Meant for the end of the process,
+    /// from a thread that no sub-pool runs: threads the caller still points
+    /// at must not be used afterwards unless it holds a reference of its own.
     void shutdownPool();
 
 private:

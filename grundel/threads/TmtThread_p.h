@@ -21,12 +21,17 @@ struct TmtThreadControl {
     /// thread's record).
     const bool spawned;
 
-    /// Guards the handle and the shutdown procedure.
+    /// Guards the handle.
     std::mutex lock;
     pthread_t handle{};
-    /// The handle may be cancelled or detached: the thread was neither
-    /// detached by the system nor released yet.
+    /// The handle may be cancelled, detached or joined: none of that has
+    /// been done to it yet.
     bool handleOpen = false;
+
+    /// Guards the shutdown procedure and is held while it runs, so that
+    /// replacing it waits for a call in progress. Recursive: a procedure
+    /// may replace itself.
+    std::recursive_mutex procLock;
     TmtShutdownProc shutdownProc = nullptr;
     void* shutdownData = nullptr;
 

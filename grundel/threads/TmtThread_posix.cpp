@@ -36,11 +36,11 @@ TuInt32 TmtThread::currentThreadID() noexcept {
 }
 
 TmtThread::TmtThread(TmtThreadProc proc, void* data, bool spawned)
-    : fInfo{data, this}, fProc(proc), fControl(new TmtThreadControl(spawned)) {
+    : fInfo{data, this}, fProc(proc), fControl(std::make_unique<TmtThreadControl>(spawned)) {
     (void)kForkHandlerInstalled;
 }
 
-TmtThread::~TmtThread() { delete fControl; }
+TmtThread::~TmtThread() = default;
 
 bool TmtThread::startSuspended() noexcept {
     TmtThreadControl& c = *fControl;
@@ -111,6 +111,21 @@ void TmtThread::closeHandle() noexcept {
     }
 }
 
+void TmtThread::reapHandle() {
+    TmtThreadControl& c = *fControl;
+    pthread_t handle;
+    {
+        std::lock_guard<std::mutex> lock(c.lock);
+        if (!c.handleOpen)
+            return;
+        handle = c.handle;
+        c.handleOpen = false;
+    }
+    // The thread has set its end: what remains of it is returning, so the
+    // wait is short, and afterwards nothing of the thread runs any more.
+    pthread_join(handle, nullptr);
+}
+
 void TmtThread::releaseLife() noexcept {
     if (fControl->life.fetch_sub(1, std::memory_order_acq_rel) == 1)
         delete this;
@@ -128,7 +143,7 @@ int TmtThread::unref() noexcept {
 void TmtThread::detach() noexcept { fJoinable.store(false); }
 
 void TmtThread::setShutdownProc(TmtShutdownProc proc, void* data) noexcept {
-    std::lock_guard<std::mutex> lock(fControl->lock);
+    std::lock_guard<std::recursive_mutex> lock(fControl->procLock);
     fControl->shutdownProc = proc;
     fControl->shutdownData = data;
 }
@@ -136,36 +151,36 @@ void TmtThread::setShutdownProc(TmtShutdownProc proc, void* data) noexcept {
 bool TmtThread::join(int timeout) {
     if (!fJoinable.load())
         return status() == kThreadFinished;
+    TmtThreadControl& c = *fControl;
+    const bool reachable = c.spawned && currentThreadID() != fThreadID;
     const int now = fStatus.load();
-    if (now == kThreadFinished || now == kThreadTerminated)
+    if (now == kThreadTerminated)
         return true;
-    bool seen = false;
-    if (fControl->spawned && currentThreadID() != fThreadID) {
-        if (!fControl->ended.wait(timeout))
-            return false;
-        seen = true;
+    if (now == kThreadFinished) {
+        // Finished is set just before the end: the wait is short.
+        if (reachable && c.ended.wait(kMtWaitForever))
+            reapHandle();
+        return true;
     }
-    closeHandle();
+    if (reachable && !c.ended.wait(timeout))
+        return false;
+    reachable ? reapHandle() : closeHandle();
     int expected = fStatus.load();
     while (expected != kThreadTerminated && !fStatus.compare_exchange_weak(expected, kThreadFinished)) {
     }
     fJoinable.store(false);
-    return seen;
+    return reachable;
 }
 
 bool TmtThread::shutdown(bool wait) {
     bool ended = true;
     const int now = fStatus.load();
     if (now == kThreadIdle || now == kThreadRunning) {
-        TmtShutdownProc proc;
-        void* data;
         {
-            std::lock_guard<std::mutex> lock(fControl->lock);
-            proc = fControl->shutdownProc;
-            data = fControl->shutdownData;
+            std::lock_guard<std::recursive_mutex> lock(fControl->procLock);
+            if (fControl->shutdownProc)
+                fControl->shutdownProc(this, fControl->shutdownData);
         }
-        if (proc)
-            proc(this, data);
         ended = join(wait ? kMtWaitForever : kShutdownGraceMs);
         if (!ended)
             terminate();

@@ -124,7 +124,7 @@ TEST_F(Names, ReserveAndReleaseMoveTheNameInAndOut) {
     EXPECT_EQ(twin.name(), "sphere1");
     EXPECT_TRUE(twin.reserveName());
 
-    ball.setName("orb"); // a reserved object moves to its new name
+    EXPECT_TRUE(ball.setName("orb")); // a reserved object moves to its new name
     EXPECT_EQ(root->findName(TnameString("sphere")), nullptr);
     EXPECT_EQ(root->findName(TnameString("orb")), &ball);
 
@@ -284,4 +284,87 @@ TEST(TnameObject, Keywords) {
     EXPECT_TRUE(TnameObject::isKeyword(copy.c_str()));
     EXPECT_FALSE(TnameObject::isKeyword("ball"));
     EXPECT_FALSE(TnameObject::isKeyword(nullptr));
+}
+
+TEST_F(Names, RenameLandsWhereThePathSaysOrChangesNothing) {
+    Tnamespace* scene = Tnamespace::createNamespace(TnameString("scene"));
+    Ball* ball = make("scene:ball");
+    ASSERT_EQ(ball->fullName(), ":scene:ball");
+    const auto staysPut = [&](const Tstring& name) {
+        EXPECT_FALSE(ball->setName(name)) << name.asC();
+        EXPECT_EQ(ball->fullName(), ":scene:ball") << name.asC();
+        EXPECT_TRUE(ball->isReserved());
+        EXPECT_EQ(scene->findName(TnameString("ball")), ball) << name.asC();
+    };
+
+    // A path is read from the current namespace (the root), and a missing
+    // level refuses the rename.
+    staysPut("scene:lights:bulb");
+    Tnamespace* lights = Tnamespace::createNamespace(TnameString("scene:lights"));
+    EXPECT_TRUE(ball->setName("scene:lights:bulb"));
+    EXPECT_EQ(ball->fullName(), ":scene:lights:bulb");
+    EXPECT_EQ(lights->findName(TnameString("bulb")), ball);
+    EXPECT_EQ(scene->findName(TnameString("ball")), nullptr);
+    EXPECT_TRUE(ball->setName(":scene:ball"));  // and back, from the root
+    Tnamespace::setCurrentNamespace(lights);
+    EXPECT_EQ(Tname(Tstring(":x"), true).nameSpace(), Tnamespace::rootNamespace());
+    EXPECT_TRUE(ball->setName(ball->relativeName()));  // a relative name names the object itself
+    EXPECT_EQ(ball->fullName(), ":scene:ball");
+    Tnamespace::setCurrentNamespace(Tnamespace::rootNamespace());
+    // A simple name stays in the object's namespace.
+    EXPECT_TRUE(ball->setName("orb"));
+    EXPECT_EQ(ball->fullName(), ":scene:orb");
+    EXPECT_TRUE(ball->setName("ball"));
+
+    make("scene:taken");
+    staysPut("taken");
+    staysPut("");
+    staysPut("   ");
+    staysPut("123-!");            // nothing of it is a name
+    staysPut("scene:");           // a path without a name
+    staysPut("nowhere:ball");
+    Tstring deep;
+    for (int i = 0; i < 20000; ++i)
+        deep += "scene:";
+    staysPut(deep + "ball");      // far more levels than there are
+
+    // A reserved object that no namespace took gets in when it can.
+    Ball* twin = make("scene:ball");
+    EXPECT_TRUE(twin->isReserved());
+    EXPECT_FALSE(twin->nameObj().isRegistered());
+    EXPECT_FALSE(twin->setName("taken"));
+    EXPECT_FALSE(twin->nameObj().isRegistered());
+    EXPECT_TRUE(twin->setName("twin#"));
+    EXPECT_EQ(scene->findName(TnameString("twin1")), twin);
+    EXPECT_EQ(twin->fullName(), ":scene:twin1");
+}
+
+TEST_F(Names, NamespacesMoveByRenameButNeverBelowThemselves) {
+    Tnamespace* a = Tnamespace::createNamespace(TnameString("a"));
+    Tnamespace* b = Tnamespace::createNamespace(TnameString("a:b"));
+    Ball* ball = make("a:b:ball");
+    EXPECT_FALSE(a->setName("a:b:a"));
+    EXPECT_FALSE(a->setName("a:a"));
+    EXPECT_EQ(Tname::pathOf(b), ":a:b");
+    EXPECT_TRUE(b->setName(":c"));  // up to the root, with everything in it
+    EXPECT_EQ(b->parent(), Tnamespace::rootNamespace());
+    EXPECT_EQ(ball->fullName(), ":c:ball");
+    EXPECT_TRUE(a->isEmpty());
+}
+
+TEST_F(Names, TheTreeHasABoundedDepth) {
+    Tstring path;
+    for (TuInt32 i = 0; i < Tnamespace::maxDepth; ++i)
+        path += ":n";
+    Tnamespace* deepest = Tnamespace::createNamespace(path);
+    ASSERT_NE(deepest, nullptr);
+    EXPECT_EQ(Tname::pathOf(deepest), path);
+    EXPECT_EQ(Tnamespace::createNamespace(path + ":n"), nullptr);
+    // Moving a subtree may not push it below the limit either.
+    Tnamespace* two = Tnamespace::createNamespace(TnameString("x:y"));
+    ASSERT_NE(two, nullptr);
+    Tnamespace* x = two->parent();
+    EXPECT_FALSE(x->setName(path.substring(0, int(path.length()) - 3) + ":x"));
+    EXPECT_TRUE(x->setName(path.substring(0, int(path.length()) - 5) + ":x"));
+    EXPECT_EQ(Tname::pathOf(two), path.substring(0, int(path.length()) - 5) + ":x:y");
 }

@@ -122,3 +122,87 @@ TEST(TmtThreadSubPool, DestructionWaitsForRunsInProgress) {
     EXPECT_EQ(job.finished.value(), 2);
     EXPECT_EQ(TmtThread::numSpawnedThreads(), 0);
 }
+
+namespace {
+
+struct Blocking {
+    Latch started, release, finished;
+};
+
+void blockingRun(TmtThreadInfo* info) {
+    auto* job = static_cast<Blocking*>(info->fUserData);
+    job->started.add();
+    job->release.waitFor();
+    job->finished.add();
+}
+
+void noRun(TmtThreadInfo*) { ADD_FAILURE() << "a closed sub-pool ran a job"; }
+
+} // namespace
+
+TEST(TmtThreadSubPool, PoolShutdownLetsRunsFinishThenClosesTheTeams) {
+    TmtThreadSubPool busy, idle, ended, unused;
+    ASSERT_TRUE(busy.initPool(2));
+    ASSERT_TRUE(idle.initPool(3));
+    ASSERT_TRUE(ended.initPool(1));
+    ended.shutdownPool();
+    Blocking job;
+    EXPECT_EQ(busy.execute(&blockingRun, &job, 5), 5);  // two run, three wait
+    ASSERT_TRUE(job.started.waitFor(2));
+
+    std::thread releaser([&] {
+        // Longer than the grace a plain thread gets before it is terminated.
+        std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        job.release.add();
+    });
+    TmtThreadPool::getPool()->shutdownPool();
+    releaser.join();
+    EXPECT_EQ(job.finished.value(), 2);  // the runs in progress ended by themselves
+    EXPECT_EQ(job.started.value(), 2);   // and the waiting ones were dropped
+    EXPECT_EQ(TmtThread::numSpawnedThreads(), 0);
+
+    // Closed for good, and safe to use.
+    for (TmtThreadSubPool* closed : {&busy, &idle}) {
+        EXPECT_TRUE(closed->isEmpty());
+        EXPECT_EQ(closed->execute(&noRun, nullptr, 3), 0);
+        EXPECT_FALSE(closed->initPool(2));
+        closed->shutdownPool();
+        EXPECT_EQ(closed->idleCount(), 0);
+    }
+    // Those without a team take one on the next pool.
+    for (TmtThreadSubPool* open : {&ended, &unused}) {
+        ASSERT_TRUE(open->initPool(1));
+        Job again;
+        EXPECT_EQ(open->execute(&countRun, &again, 1), 1);
+        EXPECT_EQ(settledRuns(*open, again, 1), 1);
+        open->shutdownPool();
+    }
+}
+
+TEST(TmtThreadSubPool, DestroyedWhilePoolShutdownEndsItsTeam) {
+    // The owner destroys its sub-pool while the pool's shutdown ends the
+    // team; whichever comes first ends it, and the other waits.
+    auto pool = std::make_unique<TmtThreadSubPool>();
+    ASSERT_TRUE(pool->initPool(1));
+    Blocking job;
+    pool->execute(&blockingRun, &job, 1);
+    ASSERT_TRUE(job.started.waitFor());
+    Latch shuttingDown;
+    std::thread owner([&] {
+        shuttingDown.waitFor();
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        pool.reset();
+    });
+    std::thread releaser([&] {
+        shuttingDown.waitFor();
+        std::this_thread::sleep_for(std::chrono::milliseconds(80));
+        job.release.add();
+    });
+    shuttingDown.add();
+    TmtThreadPool::getPool()->shutdownPool();
+    owner.join();
+    releaser.join();
+    EXPECT_EQ(pool, nullptr);
+    EXPECT_EQ(job.finished.value(), 1);
+    EXPECT_EQ(TmtThread::numSpawnedThreads(), 0);
+}
