@@ -3,6 +3,7 @@
 #include "grundel/core/Tapi.h"
 #include "grundel/math/Taxis.h"
 #include "grundel/math/TgeometryFamily.h"
+#include "grundel/time/Tangle.h"
 
 #include <cassert>
 #include <cmath>
@@ -156,7 +157,20 @@ public:
     /// The signed component on dominantAxis().
     S maxComponent() const noexcept { return (*this)[static_cast<unsigned int>(dominantAxis())]; }
 
-    // -- Rotations ---------------------------------------------------------------
+    // -- Angles and rotations --------------------------------------------------------
+
+    /// The angle between the two directions, in radians from 0 to pi (exactly
+    /// 0 and pi where rounding takes the cosine past 1 or -1). A vector too
+    /// short to normalise counts as perpendicular to everything.
+    Tangle angleBetween(const V& o) const noexcept {
+        const S c = normal().dot(o.normal());
+        if (c >= S(1))
+            return Tangle::radians(0);
+        if (c <= S(-1))
+            return Tangle::radians(3.14159265358979323846);
+        return Tangle::radians(std::acos(double(c)));
+    }
+    Tangle angle(const V& o) const noexcept { return angleBetween(o); }
 
     /// Turns this vector, right-handed, by angle radians about a principal
     /// axis. Unchanged when |angle| < kTolerance or axis is no axis code.

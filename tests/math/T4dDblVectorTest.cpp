@@ -185,6 +185,16 @@ TEST(T4dDblVector, RotateTo) {
     EXPECT_EQ(T4dDblVector(1, 0, 0).rotateTo(T4dDblVector()), Tquaternion());
 }
 
+TEST(T4dDblVector, AngleBetweenInRadians) {
+    EXPECT_EQ(T4dDblVector(2, 0, 0).angleBetween(T4dDblVector(3, 0, 0)).inRadians(), 0);
+    EXPECT_EQ(T4dDblVector(2, 0, 0).angleBetween(T4dDblVector(-3, 0, 0)).inRadians(), kPi);
+    EXPECT_EQ(T4dDblVector(2, 0, 0).angle(T4dDblVector(-3, 0, 0)).unit(), kAngleRadians);
+    EXPECT_DOUBLE_EQ(T4dDblVector(1, 0, 0).angleBetween(T4dDblVector(1, 1, 0)).inRadians(), kPi / 4);
+    EXPECT_DOUBLE_EQ(T4dDblVector(0, 0, 5).angleBetween(T4dDblVector(0, 1, 0)).inDegrees(), 90);
+    EXPECT_FLOAT_EQ(float(T4dFltVector(1, 0, 0).angleBetween(T4dFltVector(0, -1, 1)).inRadians()), float(kPi / 2));
+    EXPECT_EQ(T4dFltVector(0, 2, 0).angleBetween(T4dFltVector(0, -1, 0)).inRadians(), kPi);
+}
+
 TEST(T4dDblVector, NonFiniteInputIsAbsorbed) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
