@@ -31,6 +31,7 @@ class T4dVectorOps {
     using Tuple = typename F::Tuple;
     using M = typename F::Matrix;
     using Q = typename F::Quaternion; // rotations are double in both precisions
+    using R = typename F::Rotation;
 
 public:
     static constexpr S kTolerance = F::kTolerance;
@@ -190,6 +191,23 @@ public:
             return set(v.x * ca - v.y * sa, v.x * sa + v.y * ca, v.z);
         }
         return v;
+    }
+    /// Applies the single-axis rotations of r in the sequence of its order
+    /// ("xyz": about X by r.x first, then Y, then Z).
+    V& rotateBy(const R& r) noexcept {
+        const int* axes = R::fsOrderMap[r.effectiveOrder()];
+        for (int i = 0; i < 3; ++i)
+            rotateBy(static_cast<Taxis>(axes[i]), static_cast<S>(r.value(axes[i])));
+        return self();
+    }
+    /// The sandwich q v q^-1, q taken as unit; the same as v * q.asMatrix().
+    V& rotateBy(const Q& q) noexcept {
+        const double v[3] = {double(self().x), double(self().y), double(self().z)};
+        // t = 2 (u x v), v' = v + w t + u x t, with u the vector part of q.
+        const double t[3] = {2 * (q.y * v[2] - q.z * v[1]), 2 * (q.z * v[0] - q.x * v[2]), 2 * (q.x * v[1] - q.y * v[0])};
+        return set(static_cast<S>(v[0] + q.w * t[0] + (q.y * t[2] - q.z * t[1])),
+                   static_cast<S>(v[1] + q.w * t[1] + (q.z * t[0] - q.x * t[2])),
+                   static_cast<S>(v[2] + q.w * t[2] + (q.x * t[1] - q.y * t[0])));
     }
     /// The unit quaternion that turns this direction onto target's. Opposite
     /// directions turn by pi about a perpendicular axis; a zero vector on

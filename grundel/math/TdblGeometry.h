@@ -8,6 +8,7 @@
 #include "grundel/math/T4dDblPoint.h"
 #include "grundel/math/T4dDblVector.h"
 #include "grundel/math/Tquaternion.h"
+#include "grundel/math/TrotateXYZ.h"
 #include "grundel/math/Ttuple.h"
 
 inline T4dDblVector::T4dDblVector(const Ttuple& t) noexcept : x(t.x), y(t.y), z(t.z) {}

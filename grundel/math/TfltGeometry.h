@@ -11,6 +11,7 @@
 #include "grundel/math/T4dFltVector.h"
 #include "grundel/math/TfltTuple.h"
 #include "grundel/math/Tquaternion.h"
+#include "grundel/math/TrotateXYZ.h"
 
 inline T4dFltVector::T4dFltVector(const TfltTuple& t) noexcept : x(t.x), y(t.y), z(t.z) {}
 inline T4dFltPoint::T4dFltPoint(const TfltTuple& t) noexcept : x(t.x), y(t.y), z(t.z), w(t.w) {}

@@ -19,6 +19,7 @@ class T4dFltPoint;
 class T4dFltVector;
 class TfltTuple;
 class Tquaternion;
+class TrotateXYZ;
 class Ttuple;
 
 namespace grundel::detail {
@@ -34,6 +35,7 @@ struct TgeometryFamily<double> {
     using Tuple = Ttuple;
     using Matrix = T4dDblMatrix;
     using Quaternion = Tquaternion;
+    using Rotation = TrotateXYZ;
 
     /// Default tolerance of comparisons, and the bound below which a divisor
     /// or a rotation angle is ignored.
@@ -55,6 +57,7 @@ struct TgeometryFamily<float> {
     using Tuple = TfltTuple;
     using Matrix = T4dFltMatrix;
     using Quaternion = Tquaternion;
+    using Rotation = TrotateXYZ;
 
     // The double constants 2e-10 and 1e-20 lie below float precision.
     static constexpr float kTolerance = 1e-5f;
