@@ -9,9 +9,11 @@
 // wrong command line.
 #include <grundel/grundel.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -77,6 +79,7 @@ struct Walk {
     long chunks = 0;
     long groups = 0;
     TuInt64 dataBytes = 0;
+    std::vector<char> block; // one buffer for the data of every chunk
 };
 
 void printLine(const _FLcontext* level, TuInt32 id, Tint32 size, TuInt32 type, bool group, int depth) {
@@ -122,10 +125,9 @@ int walkLevel(_FLfile* file, Walk& walk, int depth) {
         }
         ++walk.chunks;
         if (walk.readData && size > 0) {
-            char block[65536];
             for (Tint32 left = size; left > 0;) {
-                const std::size_t take = left < Tint32(sizeof block) ? static_cast<std::size_t>(left) : sizeof block;
-                if ((code = FLget(file, block, take)) != kFLnoError)
+                const std::size_t take = std::min(static_cast<std::size_t>(left), walk.block.size());
+                if ((code = FLget(file, walk.block.data(), take)) != kFLnoError)
                     return code;
                 left -= static_cast<Tint32>(take);
                 walk.dataBytes += take;
@@ -136,9 +138,15 @@ int walkLevel(_FLfile* file, Walk& walk, int depth) {
     }
 }
 
+// Opens a name typed on the command line: every name form is understood.
+_FLfile* openTyped(const char* name, const char* mode) {
+    const TiffSpecialNames typed;
+    return FLopen(name, mode);
+}
+
 // Walks a whole file; 0 when it is sound and holds at least one chunk.
 int walkFile(const char* name, Walk& walk) {
-    _FLfile* file = FLopen(name, "r");
+    _FLfile* file = openTyped(name, "r");
     if (!file)
         return report(name, FLerror());
     if (walk.print)
@@ -163,6 +171,7 @@ int check(const char* name) {
     Walk walk;
     walk.print = false;
     walk.readData = true;
+    walk.block.resize(64 * 1024);
     const int status = walkFile(name, walk);
     if (status == 0)
         std::printf("%s: ok: %ld groups, %ld data chunks, %llu bytes of data\n", name, walk.groups, walk.chunks,
@@ -172,7 +181,8 @@ int check(const char* name) {
 
 int demo(const char* name) {
     {
-        TiffFile out(name, "w");
+        TiffFile out;
+        out.setFLfile(openTyped(name, "w"));
         if (!out.isActive())
             return report(name, FLerror());
         const char text[] = "written by grundel-iff demo";

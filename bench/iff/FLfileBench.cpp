@@ -150,6 +150,7 @@ BENCHMARK_TEMPLATE(BM_ReadFile, Stdio)->Unit(benchmark::kMillisecond);
 
 template <class Impl>
 void BM_WriteMemory(benchmark::State& state) {
+    const TiffSpecialNames names; // blocks of memory by name
     std::vector<unsigned char> target(kFileBytes);
     for (auto _ : state) {
         if constexpr (std::is_same<Impl, Fl>::value) {
@@ -175,6 +176,7 @@ BENCHMARK_TEMPLATE(BM_WriteMemory, Memcpy)->Unit(benchmark::kMillisecond);
 
 template <class Impl>
 void BM_ReadMemory(benchmark::State& state) {
+    const TiffSpecialNames names; // blocks of memory by name
     _FLfile* out = FLopen("mem:", "w");
     writeFl(out);
     void* block = nullptr;

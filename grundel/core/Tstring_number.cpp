@@ -1,6 +1,7 @@
 // Numbers to and from text, and formatted output, for Tstring.
 #include "grundel/core/Tstring.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -10,6 +11,12 @@
 using TstringData = Tstring::TstringData;
 
 namespace {
+
+// A double carries 17 significant decimal digits. setDouble writes at most
+// that many after the integer part, and with fixed decimals at most 27:
+// enough for all 17 of a value as small as 1e-10, below which it writes 0.
+constexpr int kMostSignificant = 17;
+constexpr int kMostDecimals = 27;
 
 // cformat gives up when its buffer would reach this size.
 constexpr TuInt64 kFormatLimit = 0x7FFFFFFF;
@@ -115,6 +122,7 @@ int Tstring::setDouble(double value, int precision, bool significant) noexcept {
         if (std::fabs(value) < 1e-10)
             value = 0.0;
     }
+    precision = std::min(precision, significant ? kMostSignificant : kMostDecimals);
     if (!significant) {
         cformat("%.*lf", precision, value);
         if (index('.') >= 0) {

@@ -18,7 +18,7 @@
 /// and closed by "GEND" (groups) or an "EOVC" marker (data) on streams.
 ///
 /// Every function returns a code (0 for success; see FLcode), a count or a
-/// pointer, and leaves the code of its last failure in the library-wide
+/// pointer, and leaves the code of its last failure in the calling thread's
 /// error variable (FLerror()). One file is used by one thread at a time.
 
 /// An identifier or type code from its four characters, first character in
@@ -108,19 +108,46 @@ using FLfile = _FLfile;
 /// size-repair mode (data chunks "FRAM", "GRUP" and "SHAP" are not trusted
 /// to carry correct sizes). Another first letter gives 24 and no file.
 ///
-/// Names: a plain path (also any name whose second character is ':');
-/// "stdin", "stdout"; "|command" or "pipe:command" (run by /bin/sh; the file
-/// is named "pipe:command"); "fd:N" (descriptor N, left open on close);
-/// "mmap:path" (read through a read-only mapping); "mem:0xADDRESS,SIZE" (the
-/// SIZE bytes at ADDRESS, hexadecimal with "0x", SIZE decimal), and for
-/// writing "mem:" alone (a block of the library's, see FLmeminfo and
-/// FLclosemem); "driver:rest" or "x@driver:rest" where FLfinddriver finds
-/// the driver (run as "<driver dir><driver> read|write rest"); otherwise
-/// "host:path" on another machine, through "flrcp [-w] host:path" when
-/// FLfindcmd finds it, else a remote shell ("/usr/bsd/rsh", else rsh, else
-/// ssh on PATH) running "cat < path" or "cat > path". An unknown host, or
-/// no remote shell, gives 41; a malformed name 21. Null on failure.
+/// A name is a path, with three exceptions that are always understood:
+/// "stdin", "stdout" (the standard streams) and "mmap:path" (read through a
+/// read-only mapping). The other name forms run commands, reach other
+/// machines or touch memory, so they are understood only while the calling
+/// thread has turned them on with FLsetspecialnames(true):
+/// "|command" or "pipe:command" (run by /bin/sh; the file is named
+/// "pipe:command"); "fd:N" (descriptor N, left open on close);
+/// "mem:0xADDRESS,SIZE" (the SIZE bytes at ADDRESS, hexadecimal with "0x",
+/// SIZE decimal), and for writing "mem:" alone (a block of the library's,
+/// see FLmeminfo and FLclosemem); "driver:rest" or "x@driver:rest" where
+/// FLfinddriver finds the driver on the library's own search path (run as
+/// "<driver dir><driver> read|write rest"); otherwise "host:path" on another
+/// machine, through "flrcp [-w] host:path" when FLfindcmd finds it, else a
+/// remote shell ("/usr/bsd/rsh", else rsh, else ssh on PATH) running
+/// "cat < path" or "cat > path" (41 for an unknown host or no remote shell).
+///
+/// Whatever the setting, a name that is an existing file opens that file
+/// (so "take:1.aifc" or "|x" in the current directory is read as it is), as
+/// does a name whose second character is ':' or whose part before the first
+/// ':' holds a '/'. A malformed special name gives 21. Null on failure.
 GRUNDEL_API _FLfile* FLopen(const char* name, const char* mode);
+/// Turns the special name forms of FLopen ("|command", "pipe:", "fd:",
+/// "mem:", drivers, "host:path") on or off for the calling thread; off by
+/// default. Turn them on only for names the user typed, never for a name
+/// read from a file. Returns the setting before the call.
+GRUNDEL_API bool FLsetspecialnames(bool on) noexcept;
+/// Whether the calling thread has the special name forms on.
+GRUNDEL_API bool FLgetspecialnames() noexcept;
+/// The special name forms on (or off) for the calling thread while the
+/// object lives; the setting from before comes back when it ends.
+class TiffSpecialNames {
+public:
+    explicit TiffSpecialNames(bool on = true) noexcept : fBefore(FLsetspecialnames(on)) {}
+    ~TiffSpecialNames() { FLsetspecialnames(fBefore); }
+    TiffSpecialNames(const TiffSpecialNames&) = delete;
+    TiffSpecialNames& operator=(const TiffSpecialNames&) = delete;
+
+private:
+    bool fBefore;
+};
 /// FLopen with a record of recordSize bytes (at least sizeof(_FLfile)).
 GRUNDEL_API _FLfile* FLsopen(const char* name, const char* mode, std::size_t recordSize);
 /// FLopen, keeping the creator and type codes in the record (this platform

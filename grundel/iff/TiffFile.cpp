@@ -1,5 +1,6 @@
 #include "grundel/iff/TiffFile.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
@@ -140,16 +141,52 @@ int TiffFile::getString(char* buffer, std::size_t length) {
     return kFLnoError;
 }
 
+namespace {
+
+// 0 when length more bytes can be read here: 24 on a file being written, 13 past the open chunk's known
+// size, 8 past the end of a file of known length.
+int checkReadable(_FLfile* file, std::size_t length) {
+    if (file->flags & kFLwriting)
+        return FLseterror(kFLbadMode);
+    const _FLcontext* level = file->context;
+    const long tell = FLtell(file);
+    if (tell < 0)
+        return FLerror();
+    const TuInt64 done = TuInt64(tell);
+    if (level->id && level->size >= 0 && (done > TuInt64(level->size) || length > TuInt64(level->size) - done))
+        return FLseterror(kFLpastBoundary);
+    const long total = FLsize(file);
+    const TuInt64 at = level->id ? level->start + done : done;
+    if (total >= 0 && (at > TuInt64(total) || length > TuInt64(total) - at))
+        return FLseterror(kFLincomplete);
+    return kFLnoError;
+}
+
+} // namespace
+
 const void* TiffFile::beginRead(std::size_t length) {
     if (!fFile)
         return closedFile(), nullptr;
+    if (checkReadable(fFile, length) != kFLnoError)
+        return nullptr;
+    // The buffer grows with what arrives, so that a stream that declares
+    // more than it sends costs no more than it sent.
+    constexpr std::size_t kStep = 64 * 1024;
     try {
-        fBuffer.resize(length ? length : 1);
+        fBuffer.resize(std::max<std::size_t>(std::min(length, kStep), 1));
+        for (std::size_t got = 0; got < length;) {
+            if (got == fBuffer.size())
+                fBuffer.resize(std::min(length, 2 * got));
+            const std::size_t take = fBuffer.size() - got;
+            if (FLget(fFile, fBuffer.data() + got, take) != kFLnoError)
+                return nullptr;
+            got += take;
+        }
     } catch (...) {
         FLseterror(kFLnoMemory);
         return nullptr;
     }
-    return FLget(fFile, fBuffer.data(), length) == kFLnoError ? fBuffer.data() : nullptr;
+    return fBuffer.data();
 }
 
 const void* TiffFile::sharedGet(std::size_t length) {

@@ -127,7 +127,9 @@ public:
     /// length - 1 characters; the rest of a longer text is skipped).
     int getString(char* buffer, std::size_t length);
     /// The next length bytes of the open chunk, in a buffer of the object's
-    /// (valid until the next call that reads); null with the code.
+    /// (valid until the next call that reads); null with the code: 13 past
+    /// the chunk's size, 8 past the end of the file, both checked before any
+    /// memory is taken (on a stream, memory grows with what arrives).
     const void* beginRead(std::size_t length);
     /// The same, pointing into the file's own block when it is in memory.
     const void* sharedGet(std::size_t length);

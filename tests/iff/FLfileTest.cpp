@@ -50,6 +50,7 @@ int rootCode(Bytes bytes) {
 } // namespace
 
 TEST(FLfile, ExactBytesOfEachAlignmentFamily) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     // A 3-byte chunk, padded by the formula: one zero in "FORM" and "FOR4",
     // five in "FOR8". Group sizes are patched in memory; the groups' own
     // padding of an unknown size is rounded to 4.
@@ -67,6 +68,7 @@ TEST(FLfile, ExactBytesOfEachAlignmentFamily) {
 }
 
 TEST(FLfile, UnknownSizesArePatchedOrMarked) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     TempFile onDisk;
     _FLfile* file = FLopen(onDisk.path().c_str(), "w");
     ASSERT_NE(file, nullptr);
@@ -132,6 +134,7 @@ Node sampleTree() {
 } // namespace
 
 TEST(FLfile, RoundTripThroughFileMemoryAndPipe) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     const Node tree = sampleTree();
     TempFile file;
     _FLfile* out = FLopen(file.path().c_str(), "w");
@@ -167,6 +170,7 @@ TEST(FLfile, RoundTripThroughFileMemoryAndPipe) {
 }
 
 TEST(FLfile, LeavingAGroupEarlyResumesAfterIt) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     const Node tree = group("FORM", "ROOT", {group("FORM", "SKIP", {chunk("AAAA", kXyz), chunk("BBBB", text("12345"))}),
                                              chunk("NEXT", text("after"))});
     for (bool unknownOnStream : {false, true}) {
@@ -194,6 +198,7 @@ TEST(FLfile, LeavingAGroupEarlyResumesAfterIt) {
 }
 
 TEST(FLfile, ErrorCodesOfBadFiles) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     // 5: fewer than 8 bytes left in a group where a header should stand.
     EXPECT_EQ(firstInnerCode(cat({header("FORM", 10), text("TEST"), be({1, 2, 3, 4, 5, 6})})), kFLbadBlock);
     // 10: "INCL" and "PATH" are not implemented.
@@ -220,6 +225,7 @@ TEST(FLfile, ErrorCodesOfBadFiles) {
 }
 
 TEST(FLfile, ErrorCodesOfMisuse) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     EXPECT_EQ(FLopen("mem:", "x"), nullptr);
     EXPECT_EQ(FLerror(), kFLbadMode); // 24
     EXPECT_EQ(FLopen("mem:", "r"), nullptr);
@@ -269,6 +275,7 @@ TEST(FLfile, ErrorCodesOfMisuse) {
 }
 
 TEST(FLfile, BlockWritingFillsInPlace) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     for (const char* name : {"mem:", "file"}) {
         TempFile disk;
         const bool inMemory = std::string(name) == "mem:";
@@ -296,6 +303,7 @@ TEST(FLfile, BlockWritingFillsInPlace) {
 }
 
 TEST(FLfile, TruncatedFilesNeverReadAsComplete) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     const Bytes whole = writeToMemory(sampleTree());
     std::vector<Node> out;
     ASSERT_EQ(readAll(memName(whole.data(), whole.size()), out), 0);
@@ -313,6 +321,7 @@ TEST(FLfile, TruncatedFilesNeverReadAsComplete) {
 }
 
 TEST(FLfile, HostileSizesAndNesting) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     // A chunk that declares nearly 2 GiB in a small file: refused before allocating.
     Bytes big = cat({header("FORM", 0x7FFFFF00u), text("TEST"), header("DATA", 0x7FFFFE00u), text("tiny")});
     _FLfile* file = FLopen(memName(big.data(), big.size()).c_str(), "r");
@@ -349,6 +358,7 @@ TEST(FLfile, HostileSizesAndNesting) {
 }
 
 TEST(FLfile, StrayZerosAfterUnknownSizesInTheTwoByteFamily) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     // An unknown-size chunk of 6 bytes in a "FORM" is padded to 8: the two
     // extra zeros stand where the next header is expected.
     _FLfile* file = FLopen("mem:", "w");
@@ -373,6 +383,7 @@ TEST(FLfile, StrayZerosAfterUnknownSizesInTheTwoByteFamily) {
 }
 
 TEST(FLfile, PaddingOutsideTheGroupStillReads) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     // A writer that leaves the last chunk's padding byte outside its group.
     const Bytes bytes = cat({header("FORM", 15), text("AIFF"), header("SSND", 3), kXyz, be({0})});
     std::vector<Node> back;
@@ -381,6 +392,7 @@ TEST(FLfile, PaddingOutsideTheGroupStillReads) {
 }
 
 TEST(FLfile, SizeRepairMode) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     // A "SHAP" whose size is wrong is measured up to the next such header.
     const Bytes bytes = cat({header("FORM", 28), text("TEST"), header("SHAP", 12), text("abcd"),
                              header("FRAM", 4), text("wxyz")});
@@ -394,6 +406,7 @@ TEST(FLfile, SizeRepairMode) {
 }
 
 TEST(FLfile, PlainReadingAndMarks) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     const Bytes bytes = writeToMemory(group("FORM", "TEST", {chunk("AAAA", text("abcdef")), chunk("BBBB", kXyz)}));
     _FLfile* file = FLopen(memName(bytes.data(), bytes.size()).c_str(), "r");
     TuInt32 type = 0, id = 0;
@@ -427,6 +440,7 @@ TEST(FLfile, PlainReadingAndMarks) {
 }
 
 TEST(FLfile, DescriptorsAndDrivers) {
+    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     const Bytes bytes = writeToMemory(group("FORM", "TEST", {chunk("AAAA", kXyz)}));
     TempFile disk;
     disk.setBytes(bytes);

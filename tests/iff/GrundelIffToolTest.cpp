@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -159,4 +160,31 @@ TEST(GrundelIff, HelpAndUsage) {
     EXPECT_EQ(run("").status, 2);
     EXPECT_EQ(run("frobnicate x").status, 2);
     EXPECT_EQ(run("tree").status, 2);
+}
+
+TEST(GrundelIff, HostileNestingAndChains) {
+    TempFile file;
+    // Nesting to the library's bound walks; one level more is refused.
+    file.setBytes(nestedForms(int(kFLmaxDepth)));
+    for (const char* command : {"check ", "tree "}) {
+        const ToolRun ok = run(command + file.path());
+        EXPECT_EQ(ok.status, 0) << command << ok.output.substr(0, 400);
+    }
+    file.setBytes(nestedForms(int(kFLmaxDepth) + 1));
+    const ToolRun deep = run("check " + file.path());
+    EXPECT_EQ(deep.status, 1);
+    EXPECT_NE(deep.output.find("(6) corrupted file structure"), std::string::npos) << deep.output;
+    // Forty levels of unknown-size groups: each read once (the tree has one
+    // line per group), where re-reading would take days.
+    file.setBytes(unknownSizeChain(40));
+    const ToolRun chain = run("tree " + file.path());
+    EXPECT_EQ(chain.status, 0) << chain.output;
+    EXPECT_EQ(std::count(chain.output.begin(), chain.output.end(), '\n'), 1 + 80);
+}
+
+TEST(GrundelIff, NamesTypedOnTheCommandLineMayRunCommands) {
+    TempFile file;
+    file.setBytes(writeToMemory(group("FORM", "TEST", {chunk("DATA", text("xyz"))})));
+    const ToolRun piped = run("check '|cat " + file.path() + "'");
+    EXPECT_EQ(piped.status, 0) << piped.output;
 }
