@@ -107,7 +107,7 @@ TEST(GrundelIff, DemoWritesAFileThatChecks) {
 
 TEST(GrundelIff, AiffWrittenBySox) {
     if (!available("sox --version"))
-        GTEST_SKIP() << "sox is not installed";
+        GTEST_SKIP() << "sox not installed";
     TempFile sixteen(".aiff");
     ASSERT_EQ(std::system(("sox -n -r 8000 -c 1 -b 16 " + sixteen.path() + " synth 0.01 sine 440 2>/dev/null").c_str()),
               0);
@@ -187,4 +187,48 @@ TEST(GrundelIff, NamesTypedOnTheCommandLineMayRunCommands) {
     file.setBytes(writeToMemory(group("FORM", "TEST", {chunk("DATA", text("xyz"))})));
     const ToolRun piped = run("check '|cat " + file.path() + "'");
     EXPECT_EQ(piped.status, 0) << piped.output;
+}
+
+TEST(GrundelIff, DashAndStandardStreams) {
+    TempFile file;
+    TempFile messages(".txt");
+    for (const char* name : {"-", "stdout"}) {
+        // Only the file's bytes on standard output; the message on standard error.
+        const std::string command = std::string(GRUNDEL_IFF_TOOL) + " demo " + name + " > " + file.path() + " 2> " +
+                                    messages.path();
+        ASSERT_EQ(std::system(command.c_str()), 0) << name;
+        const Bytes bytes = file.bytes();
+        ASSERT_GE(bytes.size(), 12u) << name;
+        EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "FOR4") << name;
+        const Bytes told = messages.bytes();
+        EXPECT_NE(std::string(told.begin(), told.end()).find("wrote the sample to standard output"),
+                  std::string::npos);
+        const ToolRun check = run("check " + file.path());
+        EXPECT_EQ(check.status, 0) << check.output;
+        EXPECT_NE(check.output.find("ok: 8 groups, 7 data chunks"), std::string::npos) << check.output;
+    }
+    // Through a pipe the sizes stay unknown, and "-" reads them back.
+    const ToolRun piped = run("demo - 2>/dev/null | " GRUNDEL_IFF_TOOL " tree -");
+    EXPECT_EQ(piped.status, 0) << piped.output;
+    EXPECT_NE(piped.output.find("FOR4 'DEMO'"), std::string::npos) << piped.output;
+    EXPECT_NE(piped.output.find("unknown"), std::string::npos) << piped.output;
+    const ToolRun fromFile = run("check - < " + file.path());
+    EXPECT_EQ(fromFile.status, 0) << fromFile.output;
+}
+
+TEST(GrundelIff, FileIncompleteSaysWhere) {
+    TempFile file;
+    const Bytes whole = writeToMemory(group("FORM", "TEST", {chunk("FRST", text("12")), chunk("DATA", text("12345"))}));
+    // Cut inside the data of "DATA", whose header stands at 12 + 10 = 22.
+    file.setBytes(Bytes(whole.begin(), whole.end() - 3));
+    ToolRun cut = run("check " + file.path());
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_NE(cut.output.find("(8) file incomplete: chunk \"DATA\" at offset 22 runs past the end"), std::string::npos)
+        << cut.output;
+    // Cut inside that header.
+    file.setBytes(Bytes(whole.begin(), whole.begin() + 25));
+    cut = run("tree " + file.path());
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_NE(cut.output.find("(8) file incomplete: the header at offset 22 runs past the end"), std::string::npos)
+        << cut.output;
 }
