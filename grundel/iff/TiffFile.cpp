@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 #include <cstring>
 #include <unistd.h>
 
@@ -28,13 +29,39 @@ inline int closedFile() noexcept { return FLseterror(kFLnotAFile), -1; }
 } // namespace
 
 TiffFile::TiffFile(const char* name, const char* mode, TuInt32 creator, TuInt32 type) {
-    open(name, mode, creator, type);
+    static_cast<void>(open(name, mode, creator, type)); // isActive() tells
 }
 
-TiffFile::~TiffFile() { close(); }
+TiffFile::~TiffFile() { static_cast<void>(close()); }
+
+TiffFile::TiffFile(TiffFile&& other) noexcept
+    : fFile(other.fFile), fIsImage(other.fIsImage), fParseEnded(other.fParseEnded), fForm(other.fForm),
+      fList(other.fList), fLeaf(other.fLeaf), fCallbackObject(other.fCallbackObject),
+      fBuffer(std::move(other.fBuffer)), fWriteBuffer(std::move(other.fWriteBuffer)) {
+    takeBuffered(other);
+    other.fFile = nullptr;
+}
+
+TiffFile& TiffFile::operator=(TiffFile&& other) noexcept {
+    if (this == &other)
+        return *this;
+    static_cast<void>(close());
+    fFile = other.fFile;
+    other.fFile = nullptr;
+    fIsImage = other.fIsImage;
+    fParseEnded = other.fParseEnded;
+    fForm = other.fForm;
+    fList = other.fList;
+    fLeaf = other.fLeaf;
+    fCallbackObject = other.fCallbackObject;
+    fBuffer = std::move(other.fBuffer);
+    fWriteBuffer = std::move(other.fWriteBuffer);
+    takeBuffered(other);
+    return *this;
+}
 
 bool TiffFile::open(const char* name, const char* mode, TuInt32 creator, TuInt32 type) {
-    close();
+    static_cast<void>(close());
     fFile = creator || type ? FLopenCreatorType(name, mode, creator, type) : FLopen(name, mode);
     return fFile != nullptr;
 }
@@ -58,14 +85,14 @@ int TiffFile::close() {
 int TiffFile::quickClose() {
     if (!fFile)
         return -1;
-    finishBuffered(false);
+    static_cast<void>(finishBuffered(false)); // dropping cannot fail
     _FLfile* file = fFile;
     fFile = nullptr;
     return FLquickclose(file);
 }
 
 void TiffFile::setFLfile(_FLfile* file) {
-    close();
+    static_cast<void>(close());
     fFile = file;
 }
 

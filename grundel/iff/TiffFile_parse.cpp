@@ -112,7 +112,7 @@ int copyLevel(_FLfile* in, _FLfile* out, std::vector<char>& block) {
 
 int TiffFile::copy(TiffFile& from, TiffFile& to) {
     if (!from.fFile || !to.fFile)
-        return FLseterror(kFLnotAFile);
+        return FLseterror(kFLnotAFile), -1;
     std::vector<char> block;
     try {
         block.resize(64 * 1024);

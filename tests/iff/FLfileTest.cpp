@@ -34,7 +34,7 @@ int firstInnerCode(Bytes bytes, TuInt32* id = nullptr) {
         if (id)
             *id = inner;
     }
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
     return code;
 }
 
@@ -43,7 +43,7 @@ int rootCode(Bytes bytes) {
     TuInt32 id = 0;
     Tint32 size = 0;
     const int code = FLbgnget(file, &id, &size);
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
     return code;
 }
 
@@ -193,7 +193,7 @@ TEST(FLfile, LeavingAGroupEarlyResumesAfterIt) {
         char after[5];
         ASSERT_EQ(FLget(in, after, 5), 0);
         EXPECT_EQ(std::string(after, 5), "after");
-        FLclose(in);
+        EXPECT_EQ(FLclose(in), 0);
     }
 }
 
@@ -242,7 +242,8 @@ TEST(FLfile, ErrorCodesOfMisuse) {
     EXPECT_EQ(FLput(file, "x", 1), kFLnoChunk);
     EXPECT_EQ(FLbgnput(file, FLmakeid("DATA"), 3), kFLbadRoot);
     EXPECT_EQ(FLbgnwgroup(file, FLmakeid("FORM"), 0x80000000u | FLmakeid("TEST")), kFLbadId);
-    EXPECT_EQ(FLbgnwgroup(file, FLmakeid("DATA"), FLmakeid("TEST")), kFLbadRoot);
+    EXPECT_EQ(FLbgnwgroup(file, FLmakeid("DATA"), FLmakeid("TEST")), kFLbadId); // not a group, even at the root
+    EXPECT_EQ(FLbgnwgroup(file, FLmakeid("PROP"), FLmakeid("TEST")), kFLbadRoot);
     ASSERT_EQ(FLbgnwgroup(file, FLmakeid("FORM"), FLmakeid("TEST")), 0);
     EXPECT_EQ(FLbgnwgroup(file, FLmakeid("DATA"), FLmakeid("TEST")), kFLbadId); // not a group
     EXPECT_EQ(FLbgnwgroup(file, FLmakeid("FOR7"), FLmakeid("TEST")), kFLreservedId); // 34
@@ -253,9 +254,8 @@ TEST(FLfile, ErrorCodesOfMisuse) {
     EXPECT_EQ(FLprintf(file, "%s", "abcd"), -1);
     EXPECT_EQ(FLerror(), kFLpastBoundary);
     EXPECT_EQ(FLput(file, "ab", 2), 0);
-    EXPECT_EQ(FLendput(file), kFLbadSize); // 16: 2 of 3 bytes
-    EXPECT_EQ(FLprintf(file, "%c", 'c'), 1);
-    EXPECT_EQ(FLendput(file), 0);
+    EXPECT_EQ(FLendput(file), kFLbadSize); // 16: 2 of 3 bytes, the third made up with zero
+    EXPECT_EQ(FLput(file, "c", 1), kFLnoChunk); // and the chunk closed all the same
     ASSERT_NE(FLbgnwbchunk(file, FLmakeid("BLK1"), 8), nullptr);
     EXPECT_EQ(FLbgnwbchunk(file, FLmakeid("BLK2"), 8), nullptr);
     EXPECT_EQ(FLerror(), kFLnestedWrite); // 29
@@ -271,7 +271,7 @@ TEST(FLfile, ErrorCodesOfMisuse) {
     EXPECT_EQ(FLerror(), kFLnoGroup); // 25 at the root
     EXPECT_EQ(FLendrgroup(file), kFLnoGroup);
     EXPECT_EQ(FLbgnput(file, FLmakeid("DATA"), 1), kFLbadMode);
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
 }
 
 TEST(FLfile, BlockWritingFillsInPlace) {
@@ -330,7 +330,7 @@ TEST(FLfile, HostileSizesAndNesting) {
     ASSERT_EQ(FLbgnrgroup(file, &type, &size), 0);
     EXPECT_EQ(FLreadchunk(file, &id, &size), nullptr);
     EXPECT_EQ(FLerror(), kFLincomplete);
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
 
     // Unknown-size data: FLreadchunk refuses it.
     Bytes unknown = cat({header("FORM", kFLsizeStream), text("TEST"), header("DATA", kFLsizeStream), text("abcd"),
@@ -341,7 +341,7 @@ TEST(FLfile, HostileSizesAndNesting) {
     EXPECT_EQ(FLerror(), kFLbadSize);
     EXPECT_EQ(FLendget(file), 0); // skips to the marker
     EXPECT_EQ(FLbgnget(file, &id, &size), kFLend);
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
 
     // Groups nested deeper than the bound: 6, with no stack exhausted.
     Bytes deep;
@@ -354,7 +354,7 @@ TEST(FLfile, HostileSizesAndNesting) {
         ++levels;
     EXPECT_EQ(code, kFLcorrupted);
     EXPECT_EQ(levels, int(kFLmaxDepth));
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
 }
 
 TEST(FLfile, StrayZerosAfterUnknownSizesInTheTwoByteFamily) {
@@ -436,7 +436,7 @@ TEST(FLfile, PlainReadingAndMarks) {
     EXPECT_EQ(FLjmpmark(file, 8), kFLnoMarker); // 35
     EXPECT_EQ(FLdelmark(file, 7), 0);
     EXPECT_EQ(FLdelmark(file, 7), kFLnoMarker);
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
 }
 
 TEST(FLfile, DescriptorsAndDrivers) {

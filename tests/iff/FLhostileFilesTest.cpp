@@ -80,7 +80,7 @@ TEST(FLhostileFiles, GroupsOfUnknownSizeEndWithTheirParent) {
     long headers = 0;
     EXPECT_EQ(walk(file, headers), 0);
     EXPECT_EQ(headers, 2 * levels); // every header read once
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
 
     TiffFile in(name.c_str(), "r");
     Counter counter;
@@ -108,7 +108,7 @@ TEST(FLhostileFiles, MarkersAndRepairedSizesAreLookedForInsideTheirGroup) {
     ASSERT_EQ(FLbgnrgroup(file, nullptr, nullptr), 0);
     ASSERT_EQ(FLbgnget(file, nullptr, nullptr), 0);
     EXPECT_EQ(FLendget(file), kFLnoEndMarker);
-    FLclose(file);
+    EXPECT_EQ(FLclose(file), 0);
     std::vector<Node> read;
 
     // Size repair finds the next "SHAP" only within the group.

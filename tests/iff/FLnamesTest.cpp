@@ -104,8 +104,8 @@ TEST(FLnames, EveryFormIsAPathWhenOffAndHonouredWhenOn) {
         // Always understood.
         expectSample("mmap:" + sample);
         _FLfile* in = FLopen("stdin", "r");
-        EXPECT_NE(in, nullptr);
-        FLclose(in);
+        ASSERT_NE(in, nullptr);
+        EXPECT_EQ(FLclose(in), 0);
     }
     {
         const TiffSpecialNames on;

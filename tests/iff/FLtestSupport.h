@@ -108,8 +108,8 @@ inline int readAll(const std::string& name, std::vector<Node>& out, const char* 
     if (!file)
         return FLerror();
     const int code = readLevel(file, out);
-    FLclose(file);
-    return code;
+    const int closed = FLclose(file);
+    return code ? code : closed;
 }
 
 /// A temporary file path, removed with the object.
@@ -152,11 +152,11 @@ inline Bytes writeToMemory(const Node& root, int* result = nullptr) {
     const TiffSpecialNames names;
     _FLfile* file = FLopen("mem:", "w");
     const int code = file ? write(file, root) : FLerror();
-    if (result)
-        *result = code;
     void* data = nullptr;
     std::size_t size = 0;
-    FLclosemem(file, &data, &size);
+    const int closed = FLclosemem(file, &data, &size);
+    if (result)
+        *result = code ? code : closed;
     Bytes out(static_cast<unsigned char*>(data), static_cast<unsigned char*>(data) + size);
     std::free(data);
     return out;

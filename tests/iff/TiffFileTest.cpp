@@ -100,7 +100,8 @@ public:
         log += std::string("leaf ") + tag.valueTchar(chars) + " " + std::to_string(size);
         if (size > 0) {
             std::string data(static_cast<std::size_t>(size), ' ');
-            file.get(&data[0], data.size());
+            if (const int code = file.get(&data[0], data.size()))
+                return code;
             log += " " + data;
         }
         log += "\n";
