@@ -43,7 +43,8 @@ public:
     const std::string& directory() const { return fDirectory; }
     void save(const std::string& name, const Bytes& bytes) const {
         if (std::FILE* f = std::fopen(path(name).c_str(), "wb")) {
-            std::fwrite(bytes.data(), 1, bytes.size(), f);
+            if (!bytes.empty())
+                std::fwrite(bytes.data(), 1, bytes.size(), f);
             std::fclose(f);
         }
     }
