@@ -66,6 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 1)
         return 0;
     const int style = data[0];
+    const TiffSpecialNames names; // the input is named as a block of memory
     char name[64];
     std::snprintf(name, sizeof name, "mem:%p,%zu", static_cast<const void*>(data + 1), size - 1);
     if (style & 8) {

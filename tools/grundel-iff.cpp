@@ -5,13 +5,18 @@
 //   grundel-iff check FILE    reads every chunk; reports the first problem
 //   grundel-iff demo [FILE]   writes a sample file, then prints its tree
 //
+// FILE "-" is standard input (tree, check) or standard output (demo). Data
+// goes to standard output, messages to standard error.
+//
 // Exit status: 0 when all went well, 1 for a problem with the file, 2 for a
 // wrong command line.
 #include <grundel/grundel.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -25,7 +30,8 @@ const char kUsage[] =
     "  check FILE    read every chunk of an IFF file and report the first problem\n"
     "  demo [FILE]   write a sample file (default grundel-demo.iff) and print its tree\n"
     "\n"
-    "FILE may be any name the chunk library opens: a path, \"stdin\", \"|command\", \"mmap:path\"...\n"
+    "FILE may be \"-\" for standard input or output, or any name the chunk library opens:\n"
+    "a path, \"stdin\", \"stdout\", \"|command\", \"mmap:path\"...\n"
     "Run \"grundel-iff <command> --help\" for more.\n";
 
 const char kTreeHelp[] =
@@ -48,7 +54,8 @@ const char kDemoHelp[] =
     "\n"
     "Writes a sample file (default grundel-demo.iff) with nested groups of the\n"
     "2-, 4- and 8-byte families, a list with properties and a concatenation,\n"
-    "then prints its tree.\n";
+    "then prints its tree. With FILE \"-\" or \"stdout\" the file goes to standard\n"
+    "output and nothing else does.\n";
 
 bool wantsHelp(int argc, char** argv) {
     for (int i = 2; i < argc; ++i)
@@ -66,8 +73,15 @@ std::string idText(TuInt32 id) {
     return text;
 }
 
-int report(const char* name, int code) {
-    std::fprintf(stderr, "%s: %s: (%d) %s\n", kProgram, name, code, FLstrerror(code));
+// "-" is standard input or output.
+const char* libraryName(const char* name, bool writing) {
+    return std::strcmp(name, "-") == 0 ? (writing ? "stdout" : "stdin") : name;
+}
+
+bool isStandardOutput(const char* name) { return std::strcmp(libraryName(name, true), "stdout") == 0; }
+
+int report(const char* name, int code, const std::string& detail = std::string()) {
+    std::fprintf(stderr, "%s: %s: (%d) %s%s\n", kProgram, name, code, FLstrerror(code), detail.c_str());
     return 1;
 }
 
@@ -77,6 +91,28 @@ struct Walk {
     long chunks = 0;
     long groups = 0;
     TuInt64 dataBytes = 0;
+    std::vector<char> block; // one buffer for the data of every chunk
+    // Where a file ended too soon: the chunk that runs past it, or a header
+    // cut short (id 0).
+    bool cut = false;
+    TuInt64 cutAt = 0;
+    TuInt32 cutId = 0;
+
+    // Notes where code 8 arose (the innermost place only) and passes code on.
+    int failed(int code, TuInt64 at, TuInt32 id) {
+        if (code == kFLincomplete && !cut) {
+            cut = true;
+            cutAt = at;
+            cutId = id;
+        }
+        return code;
+    }
+    std::string cutDetail() const {
+        if (!cut)
+            return std::string();
+        const std::string what = cutId ? "chunk \"" + idText(cutId) + "\"" : std::string("the header");
+        return ": " + what + " at offset " + std::to_string(cutAt) + " runs past the end";
+    }
 };
 
 void printLine(const _FLcontext* level, TuInt32 id, Tint32 size, TuInt32 type, bool group, int depth) {
@@ -99,13 +135,15 @@ void printLine(const _FLcontext* level, TuInt32 id, Tint32 size, TuInt32 type, b
 
 int walkLevel(_FLfile* file, Walk& walk, int depth) {
     for (;;) {
+        const long headerAt = FLtell(file);
         TuInt32 id = 0;
         Tint32 size = 0;
         int code = FLbgnget(file, &id, &size);
         if (code == kFLend)
             return 0;
         if (code != kFLnoError && code != kFLgroupHeader)
-            return code;
+            return walk.failed(code, TuInt64(headerAt), 0);
+        const TuInt64 at = file->context->start - 8;
         const bool group = code == kFLgroupHeader;
         if (walk.print)
             printLine(file->context, id, size, FLgrouptype(file), group, depth);
@@ -113,40 +151,49 @@ int walkLevel(_FLfile* file, Walk& walk, int depth) {
             ++walk.groups;
             TuInt32 type = 0;
             if ((code = FLbgnrgroup(file, &type, &size)) != kFLnoError)
-                return code;
+                return walk.failed(code, at, id);
             if ((code = walkLevel(file, walk, depth + 1)) != kFLnoError)
                 return code;
             if ((code = FLendrgroup(file)) != kFLnoError)
-                return code;
+                return walk.failed(code, at, id);
             continue;
         }
         ++walk.chunks;
         if (walk.readData && size > 0) {
-            char block[65536];
             for (Tint32 left = size; left > 0;) {
-                const std::size_t take = left < Tint32(sizeof block) ? static_cast<std::size_t>(left) : sizeof block;
-                if ((code = FLget(file, block, take)) != kFLnoError)
-                    return code;
+                const std::size_t take = std::min(static_cast<std::size_t>(left), walk.block.size());
+                if ((code = FLget(file, walk.block.data(), take)) != kFLnoError)
+                    return walk.failed(code, at, id);
                 left -= static_cast<Tint32>(take);
                 walk.dataBytes += take;
             }
         }
         if ((code = FLendget(file)) != kFLnoError)
-            return code;
+            return walk.failed(code, at, id);
     }
+}
+
+// Opens a name typed on the command line: every name form is understood.
+_FLfile* openTyped(const char* name, const char* mode) {
+    const TiffSpecialNames typed;
+    return FLopen(name, mode);
 }
 
 // Walks a whole file; 0 when it is sound and holds at least one chunk.
 int walkFile(const char* name, Walk& walk) {
-    _FLfile* file = FLopen(name, "r");
+    _FLfile* file = openTyped(libraryName(name, false), "r");
     if (!file)
         return report(name, FLerror());
     if (walk.print)
         std::printf("%10s %10s  %s\n", "offset", "size", "chunk");
     const int code = walkLevel(file, walk, 0);
-    FLclose(file);
+    const bool closed = FLclose(file) == 0;
     if (code != kFLnoError)
-        return report(name, code);
+        return report(name, code, walk.cutDetail());
+    if (!closed) {
+        std::fprintf(stderr, "%s: %s: could not be closed (a command that failed?)\n", kProgram, name);
+        return 1;
+    }
     if (walk.chunks + walk.groups == 0) {
         std::fprintf(stderr, "%s: %s: no chunks: the file is empty\n", kProgram, name);
         return 1;
@@ -163,6 +210,7 @@ int check(const char* name) {
     Walk walk;
     walk.print = false;
     walk.readData = true;
+    walk.block.resize(64 * 1024);
     const int status = walkFile(name, walk);
     if (status == 0)
         std::printf("%s: ok: %ld groups, %ld data chunks, %llu bytes of data\n", name, walk.groups, walk.chunks,
@@ -172,7 +220,8 @@ int check(const char* name) {
 
 int demo(const char* name) {
     {
-        TiffFile out(name, "w");
+        TiffFile out;
+        out.setFLfile(openTyped(libraryName(name, true), "w"));
         if (!out.isActive())
             return report(name, FLerror());
         const char text[] = "written by grundel-iff demo";
@@ -205,7 +254,11 @@ int demo(const char* name) {
         if (out.close() != 0)
             return report(name, FLerror());
     }
-    std::printf("wrote %s\n", name);
+    if (isStandardOutput(name)) {
+        std::fprintf(stderr, "%s: wrote the sample to standard output\n", kProgram);
+        return 0;
+    }
+    std::fprintf(stderr, "%s: wrote %s\n", kProgram, name);
     return tree(name);
 }
 

@@ -44,15 +44,23 @@ void putHeader(unsigned char* p, TuInt32 id, TuInt32 size) {
     }
 }
 
-void writeFl(_FLfile* file) {
-    FLbgnwgroup(file, kRoot, FLmakeid("BNCH"));
-    for (int g = 0; g < kGroups; ++g) {
-        FLbgnwgroup(file, kRoot, FLmakeid("GRUP"));
-        for (int c = 0; c < kChunksPerGroup; ++c)
-            FLputchunk(file, kData, kChunkBytes, payload());
-        FLendwgroup(file);
+// 0, or the first failing code.
+int writeFl(_FLfile* file) {
+    int code = FLbgnwgroup(file, kRoot, FLmakeid("BNCH"));
+    for (int g = 0; g < kGroups && !code; ++g) {
+        code = FLbgnwgroup(file, kRoot, FLmakeid("GRUP"));
+        for (int c = 0; c < kChunksPerGroup && !code; ++c)
+            code = FLputchunk(file, kData, kChunkBytes, payload());
+        if (!code)
+            code = FLendwgroup(file);
     }
-    FLendwgroup(file);
+    return code ? code : FLendwgroup(file);
+}
+
+// Writes the sample into file and closes it; false when anything failed.
+bool writeAndClose(_FLfile* file) {
+    const int code = file ? writeFl(file) : -1;
+    return FLclose(file) == 0 && code == 0;
 }
 
 // The same bytes, piece by piece, with known sizes.
@@ -79,14 +87,16 @@ long readFl(_FLfile* file) {
     TuInt32 type = 0, id = 0;
     Tint32 size = 0;
     unsigned char data[kChunkBytes];
-    FLbgnrgroup(file, &type, &size);
+    if (FLbgnrgroup(file, &type, &size) != 0)
+        return -1;
     while (FLbgnrgroup(file, &type, &size) == 0) {
         while (FLbgnget(file, &id, &size) == 0) {
-            FLget(file, data, kChunkBytes);
+            if (FLget(file, data, kChunkBytes) != 0 || FLendget(file) != 0)
+                return -1;
             sum += data[3];
-            FLendget(file);
         }
-        FLendrgroup(file);
+        if (FLendrgroup(file) != 0)
+            return -1;
     }
     return sum;
 }
@@ -96,9 +106,10 @@ void BM_WriteFile(benchmark::State& state) {
     const std::string path = tempPath();
     for (auto _ : state) {
         if constexpr (std::is_same<Impl, Fl>::value) {
-            _FLfile* file = FLopen(path.c_str(), "w");
-            writeFl(file);
-            FLclose(file);
+            if (!writeAndClose(FLopen(path.c_str(), "w"))) {
+                state.SkipWithError("writing failed");
+                break;
+            }
         } else {
             std::FILE* file = std::fopen(path.c_str(), "wb");
             writePieces([file](const void* p, std::size_t n) { std::fwrite(p, 1, n, file); });
@@ -114,15 +125,17 @@ BENCHMARK_TEMPLATE(BM_WriteFile, Stdio)->Unit(benchmark::kMillisecond);
 template <class Impl>
 void BM_ReadFile(benchmark::State& state) {
     const std::string path = tempPath();
-    _FLfile* out = FLopen(path.c_str(), "w");
-    writeFl(out);
-    FLclose(out);
+    if (!writeAndClose(FLopen(path.c_str(), "w")))
+        state.SkipWithError("writing failed");
     for (auto _ : state) {
         long sum = 0;
         if constexpr (std::is_same<Impl, Fl>::value) {
             _FLfile* file = FLopen(path.c_str(), "r");
-            sum = readFl(file);
-            FLclose(file);
+            sum = file ? readFl(file) : -1;
+            if (FLclose(file) != 0 || sum < 0) {
+                state.SkipWithError("reading failed");
+                break;
+            }
         } else {
             std::FILE* file = std::fopen(path.c_str(), "rb");
             unsigned char header[12];
@@ -150,15 +163,20 @@ BENCHMARK_TEMPLATE(BM_ReadFile, Stdio)->Unit(benchmark::kMillisecond);
 
 template <class Impl>
 void BM_WriteMemory(benchmark::State& state) {
+    const TiffSpecialNames names; // blocks of memory by name
     std::vector<unsigned char> target(kFileBytes);
     for (auto _ : state) {
         if constexpr (std::is_same<Impl, Fl>::value) {
             _FLfile* file = FLopen("mem:", "w");
-            writeFl(file);
+            const int code = writeFl(file);
             void* data = nullptr;
             std::size_t size = 0;
-            FLclosemem(file, &data, &size);
+            const int closed = FLclosemem(file, &data, &size);
             std::free(data);
+            if (code || closed) {
+                state.SkipWithError("writing failed");
+                break;
+            }
         } else {
             unsigned char* at = target.data();
             writePieces([&at](const void* p, std::size_t n) {
@@ -175,19 +193,24 @@ BENCHMARK_TEMPLATE(BM_WriteMemory, Memcpy)->Unit(benchmark::kMillisecond);
 
 template <class Impl>
 void BM_ReadMemory(benchmark::State& state) {
+    const TiffSpecialNames names; // blocks of memory by name
     _FLfile* out = FLopen("mem:", "w");
-    writeFl(out);
+    const int code = writeFl(out);
     void* block = nullptr;
     std::size_t size = 0;
-    FLclosemem(out, &block, &size);
+    if (FLclosemem(out, &block, &size) != 0 || code != 0)
+        state.SkipWithError("writing failed");
     char name[64];
     std::snprintf(name, sizeof name, "mem:%p,%zu", block, size);
     for (auto _ : state) {
         long sum = 0;
         if constexpr (std::is_same<Impl, Fl>::value) {
             _FLfile* file = FLopen(name, "r");
-            sum = readFl(file);
-            FLclose(file);
+            sum = file ? readFl(file) : -1;
+            if (FLclose(file) != 0 || sum < 0) {
+                state.SkipWithError("reading failed");
+                break;
+            }
         } else {
             const unsigned char* at = static_cast<const unsigned char*>(block) + 12;
             unsigned char data[kChunkBytes];

@@ -19,15 +19,18 @@ std::string tempPath(const char* what) {
     return "/tmp/grundel_tiffbench_" + std::string(what) + std::to_string(::getpid()) + ".iff";
 }
 
-void writeSmallGroups(TiffFile& out) {
+// 0, or the first failing code.
+int writeSmallGroups(TiffFile& out) {
     const char value[12] = "0123456789a";
-    for (int g = 0; g < kSmallGroups; ++g) {
-        out.beginWriteGroup(TiffTag("FOR4"), TiffTag("ITEM"));
-        out.putChunk(TiffTag("NAME"), 5, "item!");
-        out.putChunk(TiffTag("VALU"), 12, value);
-        out.putChunk(TiffTag("FLAG"), 1, "y");
-        out.endWriteGroup();
+    int code = 0;
+    for (int g = 0; g < kSmallGroups && !code; ++g) {
+        code = out.beginWriteGroup(TiffTag("FOR4"), TiffTag("ITEM"));
+        code = code ? code : out.putChunk(TiffTag("NAME"), 5, "item!");
+        code = code ? code : out.putChunk(TiffTag("VALU"), 12, value);
+        code = code ? code : out.putChunk(TiffTag("FLAG"), 1, "y");
+        code = code ? code : out.endWriteGroup();
     }
+    return code;
 }
 
 template <class Mode>
@@ -37,11 +40,14 @@ void BM_WriteSmallGroups(benchmark::State& state) {
     for (auto _ : state) {
         TiffFile::setBufferingMode(std::is_same<Mode, Buffered>::value);
         TiffFile out(path.c_str(), "w");
-        out.beginWriteGroup(TiffTag("FOR4"), TiffTag("LIST"));
-        writeSmallGroups(out);
-        out.endWriteGroup();
+        int code = out.beginWriteGroup(TiffTag("FOR4"), TiffTag("LIST"));
+        code = code ? code : writeSmallGroups(out);
+        code = code ? code : out.endWriteGroup();
         bytes = out.size();
-        out.close();
+        if (out.close() != 0 || code != 0) {
+            state.SkipWithError("writing failed");
+            break;
+        }
     }
     TiffFile::setBufferingMode(false);
     std::remove(path.c_str());
@@ -56,14 +62,16 @@ void BM_Parse(benchmark::State& state) {
     {
         TiffFile out(path.c_str(), "w");
         char data[64] = {};
-        out.beginWriteGroup(TiffTag("FOR4"), TiffTag("ROOT"));
-        for (int g = 0; g < 1000; ++g) {
-            out.beginWriteGroup(TiffTag("FOR4"), TiffTag("GRUP"));
-            for (int c = 0; c < 100; ++c)
-                out.putChunk(TiffTag("DATA"), sizeof data, data);
-            out.endWriteGroup();
+        int code = out.beginWriteGroup(TiffTag("FOR4"), TiffTag("ROOT"));
+        for (int g = 0; g < 1000 && !code; ++g) {
+            code = out.beginWriteGroup(TiffTag("FOR4"), TiffTag("GRUP"));
+            for (int c = 0; c < 100 && !code; ++c)
+                code = out.putChunk(TiffTag("DATA"), sizeof data, data);
+            code = code ? code : out.endWriteGroup();
         }
-        out.endWriteGroup();
+        code = code ? code : out.endWriteGroup();
+        if (out.close() != 0 || code != 0)
+            state.SkipWithError("writing failed");
     }
     long size = 0;
     for (auto _ : state) {
@@ -71,10 +79,9 @@ void BM_Parse(benchmark::State& state) {
         size = in.size();
         in.setLeafCallback([](TiffFile& file, TiffTag, Tint32 length) {
             char data[64];
-            if (length == 64)
-                file.get(data, 64);
+            const int code = length == 64 ? file.get(data, 64) : 0;
             benchmark::DoNotOptimize(data);
-            return 0;
+            return code;
         });
         benchmark::DoNotOptimize(in.parse());
     }

@@ -420,7 +420,9 @@ public:
     int setDouble(double value) noexcept { return setDouble(value, fsPrecision, true); }
     /// Text of a double: with significant false, precision decimals and the
     /// trailing zeros removed; with significant true, precision significant
-    /// digits after the integer part. See fsFloatClampingOnConversion.
+    /// digits after the integer part. See fsFloatClampingOnConversion. The
+    /// precision is held to what a double carries: at most 17 digits after
+    /// the integer part, or 27 fixed decimals.
     int setDouble(double value, int precision, bool significant) noexcept;
 
     // -- Formatting ----------------------------------------------------------
@@ -471,8 +473,19 @@ public:
     bool hasEnvOrTilde() const noexcept { return index('$') >= 0; }
     /// A copy with "$NAME", "${NAME}", "%NAME%" (and their mixed forms)
     /// replaced by the values of set variables. Unset references stay as
-    /// written; "~" is not expanded.
+    /// written; "~" is not expanded. A result that would be longer than
+    /// kExpandLimit is not built: the text comes back unexpanded, whole.
     Tstring expandEnvAndTilde() const noexcept;
+    /// The longest text that expandEnvAndTilde builds: 1 MiB.
+    static constexpr TuInt32 kExpandLimit = TuInt32(1) << 20;
+    /// Looks up a variable for expandEnv: its value, or null when unset.
+    using EnvLookup = const char* (*)(const char* name, void* context);
+    /// The expansion of expandEnvAndTilde of text into out, each name
+    /// looked up by lookup with context (null lookup: VornGetEnv). False,
+    /// with out unchanged, when the result would be longer than limit bytes
+    /// or memory runs out.
+    static bool expandEnv(const Tstring& text, Tstring& out, TuInt32 limit = kExpandLimit,
+                          EnvLookup lookup = nullptr, void* context = nullptr) noexcept;
 
 private:
     friend class TnameString;

@@ -2,6 +2,8 @@
 #include "grundel/core/Tstring.h"
 
 #include <cctype>
+
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -11,6 +13,12 @@
 using TstringData = Tstring::TstringData;
 
 namespace {
+
+// A double carries 17 significant decimal digits. setDouble writes at most
+// that many after the integer part, and with fixed decimals at most 27:
+// enough for all 17 of a value as small as 1e-10, below which it writes 0.
+constexpr int kMostSignificant = 17;
+constexpr int kMostDecimals = 27;
 
 // cformat gives up when its buffer would reach this size.
 constexpr TuInt64 kFormatLimit = 0x7FFFFFFF;
@@ -116,6 +124,7 @@ int Tstring::setDouble(double value, int precision, bool significant) noexcept {
         if (std::fabs(value) < 1e-10)
             value = 0.0;
     }
+    precision = std::min(precision, significant ? kMostSignificant : kMostDecimals);
     if (!significant) {
         cformat("%.*lf", precision, value);
         if (index('.') >= 0) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -109,34 +110,59 @@ int Tstring::matchesRegexp(const char* pattern, Tstring* out1, Tstring* out2, Ts
 
 Tstring Tstring::expandEnvAndTilde() const noexcept {
     Tstring result;
-    const char* p = asC();
-    const char* end = p + length();
-    const char* run = p;
-    while (p < end) {
-        if (*p != '$' && *p != '%') {
-            ++p;
-            continue;
+    return expandEnv(*this, result) ? result : *this;
+}
+
+bool Tstring::expandEnv(const Tstring& text, Tstring& out, TuInt32 limit, EnvLookup lookup, void* context) noexcept {
+    if (!lookup)
+        lookup = [](const char* name, void*) { return VornGetEnv(name); };
+    // Built in a buffer that grows geometrically, checked against the limit
+    // before every piece, so that many references cost time linear in the
+    // result and nothing is ever cut short.
+    std::string result;
+    const auto add = [&result, limit](const char* piece, std::size_t n) {
+        if (n > limit - result.size())
+            return false;
+        result.append(piece, n);
+        return true;
+    };
+    try {
+        const char* p = text.asC();
+        const char* const end = p + text.length();
+        const char* run = p;
+        while (p < end) {
+            if (*p != '$' && *p != '%') {
+                ++p;
+                continue;
+            }
+            if (!add(run, static_cast<std::size_t>(p - run)))
+                return false;
+            // The reference's spelling: opener, "{", name, "}", "%", each
+            // optional after the opener; braces need not balance.
+            const char* reference = p++;
+            if (p < end && *p == '{')
+                ++p;
+            const char* name = p;
+            while (p < end && isNameChar(*p))
+                ++p;
+            const std::string variable(name, p);
+            if (p < end && *p == '}')
+                ++p;
+            if (p < end && *p == '%')
+                ++p;
+            const char* value = lookup(variable.c_str(), context);
+            if (!(value ? add(value, std::strlen(value)) : add(reference, static_cast<std::size_t>(p - reference))))
+                return false;
+            run = p;
         }
-        result.catenate(run, static_cast<unsigned int>(p - run));
-        // The reference's spelling: opener, "{", name, "}", "%", each optional
-        // after the opener; braces need not balance.
-        const char* reference = p++;
-        if (p < end && *p == '{')
-            ++p;
-        const char* name = p;
-        while (p < end && isNameChar(*p))
-            ++p;
-        const Tstring variable(name, static_cast<unsigned int>(p - name));
-        if (p < end && *p == '}')
-            ++p;
-        if (p < end && *p == '%')
-            ++p;
-        if (const char* value = VornGetEnv(variable.asC()))
-            result.catenate(value);
-        else
-            result.catenate(reference, static_cast<unsigned int>(p - reference));
-        run = p;
+        if (!add(run, static_cast<std::size_t>(p - run)))
+            return false;
+    } catch (...) {
+        return false;
     }
-    result.catenate(run, static_cast<unsigned int>(p - run));
-    return result;
+    Tstring expanded(result.data(), static_cast<unsigned int>(result.size()));
+    if (expanded.length() != result.size())
+        return false; // no memory for the string
+    out.swap(expanded);
+    return true;
 }

@@ -94,6 +94,19 @@ int classify(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) no
     return kFLnoError;
 }
 
+int groupIdCode(TuInt32 id) noexcept {
+    for (int row = 0; row < 4; ++row) {
+        if ((id & 0xFFFFFF00u) != kGroupPrefixes[row] << 8)
+            continue;
+        for (const Row& variant : kGroups[row])
+            if (variant.id == id)
+                return kFLnoError;
+        const char fourth = static_cast<char>(id & 0xFF);
+        return fourth >= '0' && fourth <= '9' ? kFLreservedId : kFLbadId;
+    }
+    return kFLbadId;
+}
+
 _FLcontext* takeContext() noexcept {
     _FLcontext* context = nullptr;
     {

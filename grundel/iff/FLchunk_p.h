@@ -53,6 +53,10 @@ struct FLkind {
 /// kFLsizePatched. Returns 0 or the code.
 int classify(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) noexcept;
 
+/// 0 when id is a group's identifier; 34 for a reserved group prefix with a
+/// digit (FOR2); 3 for any other identifier. Sets nothing.
+int groupIdCode(TuInt32 id) noexcept;
+
 /// A context from the free list shared by all files (zeroed), or null.
 _FLcontext* takeContext() noexcept;
 /// Back to the free list.

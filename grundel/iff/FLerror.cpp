@@ -2,7 +2,6 @@
 
 #include "grundel/iff/FLmessages_p.h"
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,21 +10,21 @@
 
 namespace {
 
-// One error variable for the whole library; atomic so that files used on
-// different threads do not race on it.
-std::atomic<int> gError{0};
-std::atomic<int> gOsError{0};
-std::atomic<int> gSavedOsError{0};
+// The error variables belong to each thread: two threads working on two
+// files never see each other's codes.
+thread_local int gError = 0;
+thread_local int gOsError = 0;
+thread_local int gSavedOsError = 0;
 
 std::mutex gProgramNameLock;
 std::string gProgramName;
 
 } // namespace
 
-int FLerror() noexcept { return gError.load(std::memory_order_relaxed); }
+int FLerror() noexcept { return gError; }
 
 int FLseterror(int code) noexcept {
-    gError.store(code, std::memory_order_relaxed);
+    gError = code;
     return code;
 }
 
@@ -78,7 +77,7 @@ const char* FLstrsignal(int n) noexcept {
     return n >= 1 && n <= 32 ? grundel::detail::kSignalNames[n - 1] : "unknown signal";
 }
 
-int FLoserror() noexcept { return gOsError.load(std::memory_order_relaxed); }
-void FLsetoserror(int error) noexcept { gOsError.store(error, std::memory_order_relaxed); }
-void FLpushoserror() noexcept { gSavedOsError.store(FLoserror(), std::memory_order_relaxed); }
-void FLpoposerror() noexcept { FLsetoserror(gSavedOsError.load(std::memory_order_relaxed)); }
+int FLoserror() noexcept { return gOsError; }
+void FLsetoserror(int error) noexcept { gOsError = error; }
+void FLpushoserror() noexcept { gSavedOsError = gOsError; }
+void FLpoposerror() noexcept { gOsError = gSavedOsError; }

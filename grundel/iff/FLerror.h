@@ -3,7 +3,7 @@
 #include "grundel/core/Tapi.h"
 
 /// Result codes of the chunk library. Every FL function leaves the code of
-/// its last failure in one library-wide error variable (FLerror()).
+/// its last failure in the error variable of the calling thread (FLerror()).
 enum FLcode : int {
     kFLnoError = 0,
     kFLend = 1,                ///< "end of group or file"
@@ -45,7 +45,8 @@ enum FLcode : int {
     kFLhost = 41,              ///< "host error"
 };
 
-/// The library-wide error variable: the code of the last failure.
+/// The calling thread's error variable: the code of its last failure (a
+/// success does not reset it). Each thread has its own.
 GRUNDEL_API int FLerror() noexcept;
 /// Sets the error variable; returns code.
 GRUNDEL_API int FLseterror(int code) noexcept;
@@ -66,7 +67,7 @@ GRUNDEL_API void FLsetprogname(const char* name) noexcept;
 /// otherwise.
 GRUNDEL_API const char* FLstrsignal(int n) noexcept;
 
-/// The saved operating-system error (an errno value).
+/// The saved operating-system error (an errno value), per thread as well.
 GRUNDEL_API int FLoserror() noexcept;
 GRUNDEL_API void FLsetoserror(int error) noexcept;
 /// Saves the saved error on a one-deep stack / restores it from there.

@@ -176,6 +176,8 @@ std::size_t FLio::read(void* destination, std::size_t n) noexcept {
 }
 
 bool FLio::unread(const void* source, std::size_t n) noexcept {
+    if (n == 0)
+        return true; // and an empty mapping has no buffer to compare with
     if (n > position())
         return false;
     const char* in = static_cast<const char*>(source);

@@ -180,6 +180,27 @@ FLio* openRemote(const char* name, const Tstring& host, const char* path, bool w
     return openCommand(shell + " " + quoted(host.asC()) + " " + quoted(remote.asC()), writing);
 }
 
+thread_local bool gSpecialNames = false;
+
+bool isExistingFile(const char* path) {
+    struct stat st;
+    return ::stat(path, &st) == 0;
+}
+
+// The special forms "driver:rest" and "host:path" (with the switch on).
+FLio* openDriverOrRemote(const char* given, const char* colon, bool writing) {
+    const Tstring form(given, static_cast<unsigned int>(colon - given));
+    const char* rest = colon + 1;
+    const int at = form.rindex('@');
+    const Tstring driver = at >= 0 ? form.substring(at + 1, static_cast<int>(form.length()) - 1) : form;
+    const Tstring directory = FLfinddriver(driver.asC());
+    if (!directory.isEmpty())
+        return openCommand(Tstring::cformatString("%s %s %s", quoted((directory + driver).asC()).asC(),
+                                                  writing ? "write" : "read", quoted(rest).asC()),
+                           writing);
+    return openRemote(given, form, rest, writing);
+}
+
 // Picks the name form and opens the bytes; name receives the file's name.
 FLio* openByName(const char* given, bool writing, Tstring& name, TuInt32& flags) {
     name = given;
@@ -191,17 +212,23 @@ FLio* openByName(const char* given, bool writing, Tstring& name, TuInt32& flags)
         }
         return FLio::forDescriptor(input ? 0 : 1, false, nullptr, writing);
     }
+    const bool special = gSpecialNames;
+    const char* colon = std::strchr(given, ':');
+    const bool mayBeForm = given[0] == '|' || (colon && colon != given + 1);
+    // A file of that name wins over every form; a '/' before the colon
+    // makes it a path ("./take:1.aifc", "/scenes/shot:v2.iff").
+    if (!mayBeForm || isExistingFile(given) || (colon && std::memchr(given, '/', colon - given)))
+        return openPath(given, writing);
+    if (std::strncmp(given, "mmap:", 5) == 0)
+        return openMapped(given + 5, writing);
+    if (!special)
+        return openPath(given, writing);
     if (given[0] == '|') {
         name = Tstring("pipe:") + (given + 1);
         return openCommand(given + 1, writing);
     }
-    const char* colon = std::strchr(given, ':');
-    if (!colon || colon == given + 1)
-        return openPath(given, writing);
-    const Tstring form(given, static_cast<unsigned int>(colon - given));
     const char* rest = colon + 1;
-    if (form == "mmap")
-        return openMapped(rest, writing);
+    const Tstring form(given, static_cast<unsigned int>(colon - given));
     if (form == "pipe")
         return *rest ? openCommand(rest, writing) : (flFail(kFLbadName), nullptr);
     if (form == "fd")
@@ -210,14 +237,7 @@ FLio* openByName(const char* given, bool writing, Tstring& name, TuInt32& flags)
         flags |= kFLinMemory;
         return openMemory(rest, writing, flags);
     }
-    const int at = form.rindex('@');
-    const Tstring driver = at >= 0 ? form.substring(at + 1, static_cast<int>(form.length()) - 1) : form;
-    const Tstring directory = FLfinddriver(driver.asC());
-    if (!directory.isEmpty())
-        return openCommand(Tstring::cformatString("%s%s %s %s", directory.asC(), driver.asC(),
-                                                  writing ? "write" : "read", quoted(rest).asC()),
-                           writing);
-    return openRemote(given, form, rest, writing);
+    return openDriverOrRemote(given, colon, writing);
 }
 
 void freeMarks(_FLfile* file) {
@@ -293,6 +313,14 @@ _FLfile* FLsopen(const char* name, const char* mode, std::size_t recordSize) {
 }
 
 _FLfile* FLopen(const char* name, const char* mode) { return FLsopen(name, mode, sizeof(_FLfile)); }
+
+bool FLsetspecialnames(bool on) noexcept {
+    const bool before = gSpecialNames;
+    gSpecialNames = on;
+    return before;
+}
+
+bool FLgetspecialnames() noexcept { return gSpecialNames; }
 
 _FLfile* FLopenCreatorType(const char* name, const char* mode, TuInt32 creator, TuInt32 type) {
     _FLfile* file = FLopen(name, mode);

@@ -21,37 +21,32 @@ bool isExecutableFile(const char* path) {
 }
 
 // The first directory of list (":"-separated) holding an executable name;
-// returns the directory with a trailing "/" or empty.
-Tstring searchIn(const Tstring& list, const char* name) {
+// returns the directory with a trailing "/" or empty. An empty entry stands
+// for the current directory; with absoluteOnly, it and every relative entry
+// are passed over.
+Tstring searchIn(const Tstring& list, const char* name, bool absoluteOnly) {
     const char* p = list.asC();
     while (*p) {
         const char* end = std::strchr(p, ':');
         if (!end)
             end = p + std::strlen(p);
         Tstring directory(p, static_cast<unsigned int>(end - p));
+        p = *end ? end + 1 : end;
+        if (absoluteOnly && directory.asC()[0] != '/')
+            continue;
         if (directory.isEmpty())
             directory = ".";
         if (directory[directory.length() - 1] != '/')
             directory += '/';
         if (isExecutableFile((directory + name).asC()))
             return directory;
-        p = *end ? end + 1 : end;
     }
     return Tstring();
 }
 
-Tstring findDirectory(const char* name) {
-    if (!name || !*name)
-        return Tstring();
-    Tstring path;
-    {
-        std::lock_guard<std::mutex> guard(gLock);
-        path = gSearchPath;
-    }
-    Tstring found = searchIn(path, name);
-    if (found.isEmpty())
-        found = searchIn(Tstring(VornGetEnv("PATH")), name);
-    return found;
+Tstring libraryPath() {
+    std::lock_guard<std::mutex> guard(gLock);
+    return gSearchPath;
 }
 
 } // namespace
@@ -76,16 +71,20 @@ Tstring FLgetpath() {
 }
 
 Tstring FLfindcmd(const char* name) {
-    if (name && std::strchr(name, '/'))
+    if (!name || !*name)
+        return Tstring();
+    if (std::strchr(name, '/'))
         return isExecutableFile(name) ? Tstring(name) : Tstring();
-    const Tstring directory = findDirectory(name);
+    Tstring directory = searchIn(libraryPath(), name, false);
+    if (directory.isEmpty())
+        directory = searchIn(Tstring(VornGetEnv("PATH")), name, false);
     return directory.isEmpty() ? directory : directory + name;
 }
 
 Tstring FLfinddriver(const char* name) {
-    if (!name || std::strchr(name, '/'))
+    if (!name || !*name || std::strchr(name, '/'))
         return Tstring();
-    return findDirectory(name);
+    return searchIn(libraryPath(), name, true);
 }
 
 void FLsettmp(const char* directory) {

@@ -4,8 +4,8 @@
 #include "grundel/core/Tstring.h"
 
 /// The library's search path for commands and drivers: directories separated
-/// by ":". Commands and drivers are looked for there first, then along PATH.
-/// Safe to use from several threads.
+/// by ":". Commands are looked for there first, then along PATH; drivers
+/// only there. Safe to use from several threads.
 
 /// Replaces the search path; null or "" empties it.
 GRUNDEL_API void FLsetpath(const char* path);
@@ -19,7 +19,8 @@ GRUNDEL_API Tstring FLgetpath();
 /// then of PATH, that holds it. Empty when there is none.
 GRUNDEL_API Tstring FLfindcmd(const char* name);
 /// The directory, with a trailing "/", that holds an executable driver
-/// called name, looked for as FLfindcmd does; empty when there is none.
+/// called name: the first absolute directory of the search path that has
+/// it, never one of PATH nor the current directory. Empty when there is none.
 GRUNDEL_API Tstring FLfinddriver(const char* name);
 
 /// Sets the directory for temporary files (null: back to $TMPDIR, else /tmp).

@@ -45,10 +45,11 @@ void skipStrayZeros(_FLfile* file, const _FLcontext* level, TuInt64 limit) {
 }
 
 // Size-repair mode: a "FRAM", "GRUP" or "SHAP" chunk ends where the next
-// such header stands within the next 4096 bytes (at an even offset).
-Tint32 repairedSize(_FLfile* file) {
+// such header stands within the next 4096 bytes (at an even offset), and
+// never past room, what is left of its level.
+Tint32 repairedSize(_FLfile* file, TuInt64 room) {
     unsigned char window[kRepairWindow];
-    const std::size_t got = file->io->read(window, sizeof window);
+    const std::size_t got = file->io->read(window, room < sizeof window ? static_cast<std::size_t>(room) : sizeof window);
     file->io->unread(window, got);
     for (std::size_t at = 0; at + 4 <= got; at += 2) {
         const TuInt32 id = readBE32(window + at);
@@ -74,14 +75,16 @@ int moveTo(_FLfile* file, TuInt64 final, TuInt64 dataEnd) {
 }
 
 // Skips an unknown-size data chunk written to a stream: up to and past the
-// "EOVC" marker, which stands at a multiple of 4 from the data's start.
+// "EOVC" marker, which stands at a multiple of 4 from the data's start and
+// within the level.
 int skipToMarker(_FLfile* file, const _FLcontext* level) {
     const TuInt64 at = file->io->position();
+    const TuInt64 limit = levelLimit(level);
     if (!file->io->skip(padded(at - level->start, 3) - (at - level->start)))
         return kFLnoEndMarker;
     unsigned char word[4];
     for (;;) {
-        if (file->io->read(word, 4) != 4)
+        if ((limit != kFLunknownEnd && file->io->position() + 8 > limit) || file->io->read(word, 4) != 4)
             return kFLnoEndMarker;
         if (std::memcmp(word, kEovc, 4) != 0)
             continue;
@@ -147,7 +150,7 @@ int FLbgnget(_FLfile* file, TuInt32* id, Tint32* size) {
             return code;
         if ((file->flags & kFLrepairSizes) && (kind.flags & kFLkindData) &&
             (chunkId == kIdFRAM || chunkId == kIdGRUP || chunkId == kIdSHAP))
-            chunkSize = repairedSize(file);
+            chunkSize = repairedSize(file, limit == kFLunknownEnd ? kRepairWindow : limit - at - 8);
         level->id = chunkId;
         level->size = chunkSize;
         level->flags = kind.flags;
@@ -207,7 +210,11 @@ int FLbgnrgroup(_FLfile* file, TuInt32* type, Tint32* size) {
         return flFail(kFLend);
     if (!(level->flags & kFLkindTyped))
         return flFail(kFLchunkHeader);
-    const TuInt64 end = isUnknownSize(level->size) ? kFLunknownEnd : level->start + TuInt64(level->size);
+    // A group of unknown size ends at the latest where its parent does, so
+    // that nothing is read twice.
+    const TuInt64 end = !isUnknownSize(level->size) ? level->start + TuInt64(level->size)
+                        : level->parent                ? level->levelEnd
+                                                       : kFLunknownEnd;
     if (const int code = pushLevel(file, level->start + 4, end))
         return code;
     if (type)
@@ -251,10 +258,14 @@ int FLendrgroup(_FLfile* file) {
                 const TuInt64 count = file->io->position() - group->start;
                 file->io->skip(padded(count, group->chunkMask) - count);
             }
+            const TuInt64 limit = levelLimit(group);
+            const TuInt64 at = file->io->position();
             unsigned char marker[8];
-            const std::size_t got = file->io->read(marker, sizeof marker);
-            if (got != sizeof marker || std::memcmp(marker, kEovc, sizeof kEovc) != 0)
-                file->io->unread(marker, got);
+            if (limit == kFLunknownEnd || (at <= limit && limit - at >= sizeof marker)) {
+                const std::size_t got = file->io->read(marker, sizeof marker);
+                if (got != sizeof marker || std::memcmp(marker, kEovc, sizeof kEovc) != 0)
+                    file->io->unread(marker, got);
+            }
         }
     }
     popLevel(file);

@@ -46,11 +46,12 @@ int beginChunk(_FLfile* file, TuInt32 id, Tint32 size, bool groupOnly = false) {
     _FLcontext* level = file->context;
     if (level->id)
         return flFail(kFLnestedWrite);
+    if (groupOnly)
+        if (const int code = groupIdCode(id))
+            return flFail(code);
     FLkind kind;
     if (const int code = classify(id, level, size, kind))
         return code;
-    if (groupOnly && !(kind.flags & kFLkindTyped))
-        return flFail(kFLbadId);
     const TuInt64 at = file->io->position();
     if (!isUnknownSize(size) && level->levelEnd != kFLunknownEnd &&
         (at > level->levelEnd || padded(TuInt64(size), kind.mask) + 8 > level->levelEnd - at))
@@ -81,31 +82,42 @@ int chunkClosed(_FLfile* file, _FLcontext* level) {
 }
 
 // Pads the chunk open at level and patches or marks an unknown size.
-int endChunk(_FLfile* file, _FLcontext* level) {
+int finishChunk(_FLfile* file, const _FLcontext* level) {
     const TuInt64 count = file->io->position() - level->start;
     if (!isUnknownSize(level->size)) {
-        if (count != TuInt64(level->size))
+        if (count > TuInt64(level->size))
             return flFail(kFLbadSize);
-        if (const int code = writeZeros(file, padded(count, level->chunkMask) - count))
+        // Data short of the declared size is made up with zeros, so that the
+        // file stays readable; the caller still hears of it.
+        const TuInt64 size = TuInt64(level->size);
+        if (const int code = writeZeros(file, padded(size, level->chunkMask) - count))
             return code;
-    } else {
-        if (count > 0x7FFFFFFF)
-            return flFail(kFLbadSize);
-        // Deliberately rounded on to a multiple of 4 even in the 2-byte family.
-        const TuInt64 length = padded(padded(count, level->chunkMask), 3);
-        if (const int code = writeZeros(file, length - count))
-            return code;
-        if (static_cast<TuInt32>(level->size) == kFLsizePatched) {
-            unsigned char size[4];
-            writeBE32(size, static_cast<TuInt32>(count));
-            if (!file->io->patch(level->start - 4, size, sizeof size))
-                return flIoFail(file);
-        } else if (!(level->flags & kFLkindTyped)) {
-            if (const int code = writeBytes(file, kEovc, sizeof kEovc))
-                return code;
-        }
+        return count == size ? kFLnoError : flFail(kFLbadSize);
     }
-    return chunkClosed(file, level);
+    if (count > 0x7FFFFFFF)
+        return flFail(kFLbadSize);
+    // Deliberately rounded on to a multiple of 4 even in the 2-byte family.
+    const TuInt64 length = padded(padded(count, level->chunkMask), 3);
+    if (const int code = writeZeros(file, length - count))
+        return code;
+    if (static_cast<TuInt32>(level->size) == kFLsizePatched) {
+        unsigned char size[4];
+        writeBE32(size, static_cast<TuInt32>(count));
+        if (!file->io->patch(level->start - 4, size, sizeof size))
+            return flIoFail(file);
+    } else if (!(level->flags & kFLkindTyped)) {
+        if (const int code = writeBytes(file, kEovc, sizeof kEovc))
+            return code;
+    }
+    return kFLnoError;
+}
+
+// Closes the chunk open at level: whatever the outcome, the level is free
+// for the next chunk.
+int endChunk(_FLfile* file, _FLcontext* level) {
+    const int code = finishChunk(file, level);
+    chunkClosed(file, level);
+    return code;
 }
 
 int putBytes(_FLfile* file, const void* data, std::size_t length) {

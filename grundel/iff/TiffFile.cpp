@@ -1,6 +1,8 @@
 #include "grundel/iff/TiffFile.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <utility>
 #include <cstring>
 #include <unistd.h>
 
@@ -27,13 +29,39 @@ inline int closedFile() noexcept { return FLseterror(kFLnotAFile), -1; }
 } // namespace
 
 TiffFile::TiffFile(const char* name, const char* mode, TuInt32 creator, TuInt32 type) {
-    open(name, mode, creator, type);
+    static_cast<void>(open(name, mode, creator, type)); // isActive() tells
 }
 
-TiffFile::~TiffFile() { close(); }
+TiffFile::~TiffFile() { static_cast<void>(close()); }
+
+TiffFile::TiffFile(TiffFile&& other) noexcept
+    : fFile(other.fFile), fIsImage(other.fIsImage), fParseEnded(other.fParseEnded), fForm(other.fForm),
+      fList(other.fList), fLeaf(other.fLeaf), fCallbackObject(other.fCallbackObject),
+      fBuffer(std::move(other.fBuffer)), fWriteBuffer(std::move(other.fWriteBuffer)) {
+    takeBuffered(other);
+    other.fFile = nullptr;
+}
+
+TiffFile& TiffFile::operator=(TiffFile&& other) noexcept {
+    if (this == &other)
+        return *this;
+    static_cast<void>(close());
+    fFile = other.fFile;
+    other.fFile = nullptr;
+    fIsImage = other.fIsImage;
+    fParseEnded = other.fParseEnded;
+    fForm = other.fForm;
+    fList = other.fList;
+    fLeaf = other.fLeaf;
+    fCallbackObject = other.fCallbackObject;
+    fBuffer = std::move(other.fBuffer);
+    fWriteBuffer = std::move(other.fWriteBuffer);
+    takeBuffered(other);
+    return *this;
+}
 
 bool TiffFile::open(const char* name, const char* mode, TuInt32 creator, TuInt32 type) {
-    close();
+    static_cast<void>(close());
     fFile = creator || type ? FLopenCreatorType(name, mode, creator, type) : FLopen(name, mode);
     return fFile != nullptr;
 }
@@ -57,14 +85,14 @@ int TiffFile::close() {
 int TiffFile::quickClose() {
     if (!fFile)
         return -1;
-    finishBuffered(false);
+    static_cast<void>(finishBuffered(false)); // dropping cannot fail
     _FLfile* file = fFile;
     fFile = nullptr;
     return FLquickclose(file);
 }
 
 void TiffFile::setFLfile(_FLfile* file) {
-    close();
+    static_cast<void>(close());
     fFile = file;
 }
 
@@ -140,16 +168,52 @@ int TiffFile::getString(char* buffer, std::size_t length) {
     return kFLnoError;
 }
 
+namespace {
+
+// 0 when length more bytes can be read here: 24 on a file being written, 13 past the open chunk's known
+// size, 8 past the end of a file of known length.
+int checkReadable(_FLfile* file, std::size_t length) {
+    if (file->flags & kFLwriting)
+        return FLseterror(kFLbadMode);
+    const _FLcontext* level = file->context;
+    const long tell = FLtell(file);
+    if (tell < 0)
+        return FLerror();
+    const TuInt64 done = TuInt64(tell);
+    if (level->id && level->size >= 0 && (done > TuInt64(level->size) || length > TuInt64(level->size) - done))
+        return FLseterror(kFLpastBoundary);
+    const long total = FLsize(file);
+    const TuInt64 at = level->id ? level->start + done : done;
+    if (total >= 0 && (at > TuInt64(total) || length > TuInt64(total) - at))
+        return FLseterror(kFLincomplete);
+    return kFLnoError;
+}
+
+} // namespace
+
 const void* TiffFile::beginRead(std::size_t length) {
     if (!fFile)
         return closedFile(), nullptr;
+    if (checkReadable(fFile, length) != kFLnoError)
+        return nullptr;
+    // The buffer grows with what arrives, so that a stream that declares
+    // more than it sends costs no more than it sent.
+    constexpr std::size_t kStep = 64 * 1024;
     try {
-        fBuffer.resize(length ? length : 1);
+        fBuffer.resize(std::max<std::size_t>(std::min(length, kStep), 1));
+        for (std::size_t got = 0; got < length;) {
+            if (got == fBuffer.size())
+                fBuffer.resize(std::min(length, 2 * got));
+            const std::size_t take = fBuffer.size() - got;
+            if (FLget(fFile, fBuffer.data() + got, take) != kFLnoError)
+                return nullptr;
+            got += take;
+        }
     } catch (...) {
         FLseterror(kFLnoMemory);
         return nullptr;
     }
-    return FLget(fFile, fBuffer.data(), length) == kFLnoError ? fBuffer.data() : nullptr;
+    return fBuffer.data();
 }
 
 const void* TiffFile::sharedGet(std::size_t length) {

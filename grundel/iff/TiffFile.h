@@ -52,8 +52,11 @@ public:
 /// more than 65536 bytes switches the mode off and goes on unbuffered.
 ///
 /// Every operation returns the library's code (0 for success), a count, or
-/// null, and leaves the code in error(); operations on a closed file give -1
-/// or null. One file is used by one thread at a time.
+/// null, and leaves the code in error() (the calling thread's FLerror());
+/// operations on a closed file give -1 or null, with error() 11. The codes
+/// an operation gives beyond those of the FL call it names are listed with
+/// it. One file is used by one thread at a time; a file may be moved to
+/// another object (and another thread) between uses.
 class GRUNDEL_API TiffFile {
 public:
     using FormCallback = int (*)(TiffFile& file, TiffTag id, TiffTag type);
@@ -67,20 +70,27 @@ public:
     virtual ~TiffFile();
     TiffFile(const TiffFile&) = delete;
     TiffFile& operator=(const TiffFile&) = delete;
+    /// Takes over other's file, callbacks and buffers (and its buffered
+    /// group, if it has one); other is left closed.
+    TiffFile(TiffFile&& other) noexcept;
+    /// Closes the file held, then takes over other's as above.
+    TiffFile& operator=(TiffFile&& other) noexcept;
 
     // -- Opening and closing ----------------------------------------------------
 
     /// Opens name ("r", "rs" or "w"; every name form of FLopen), closing a
     /// file already open. True when the file opened.
-    bool open(const char* name, const char* mode, TuInt32 creator = 0, TuInt32 type = 0);
+    [[nodiscard]] bool open(const char* name, const char* mode, TuInt32 creator = 0, TuInt32 type = 0);
     /// Closes and opens name again in mode.
-    bool reopen(const char* name, const char* mode);
-    /// Closes every open chunk and group (FLclose). -1 when no file was open;
-    /// the object forgets the file either way.
-    int close();
+    [[nodiscard]] bool reopen(const char* name, const char* mode);
+    /// Closes every open chunk and group (FLclose). -1 when no file was open
+    /// or when anything failed in closing (a buffered group that could not be
+    /// written, a chunk short of its size); the object forgets the file
+    /// either way.
+    [[nodiscard]] int close();
     /// Closes without closing open chunks and groups: what was written stays
     /// as it is. -1 when no file was open.
-    int quickClose();
+    [[nodiscard]] int quickClose();
     bool isActive() const noexcept { return fFile != nullptr; }
     _FLfile* flFile() const noexcept { return fFile; }
     /// Takes over an open file (closing the one held).
@@ -99,11 +109,11 @@ public:
 
     // -- Positioning -------------------------------------------------------------
 
-    int seek(long offset, int whence);
-    long tell();
+    [[nodiscard]] int seek(long offset, int whence);
+    [[nodiscard]] long tell();
     /// The file's size (see FLsize); -1 when unknown or closed.
-    long size();
-    int flush();
+    [[nodiscard]] long size();
+    [[nodiscard]] int flush();
     /// Deletes the file when it is closed (with on).
     void setTmp(bool on = true);
     /// Whether the file is a terminal.
@@ -111,64 +121,84 @@ public:
     /// Whether the file name would open a terminal ("stdin"/"stdout" on one).
     static bool isTtyFile(const char* name) noexcept;
     /// The block of a file in memory and its size; 11 for other files.
-    int memoryInfo(const void** data, std::size_t* size) const;
+    [[nodiscard]] int memoryInfo(const void** data, std::size_t* size) const;
 
     // -- Plain input and output ------------------------------------------------
 
-    long read(void* buffer, std::size_t length);
-    int get(void* buffer, std::size_t length);
-    int unread(const void* data, std::size_t length);
-    int unget(std::size_t length);
-    long write(const void* data, std::size_t length);
-    int put(const void* data, std::size_t length);
+    [[nodiscard]] long read(void* buffer, std::size_t length);
+    [[nodiscard]] int get(void* buffer, std::size_t length);
+    [[nodiscard]] int unread(const void* data, std::size_t length);
+    [[nodiscard]] int unget(std::size_t length);
+    [[nodiscard]] long write(const void* data, std::size_t length);
+    /// Writes into the open chunk: 26 without one; 13 past its known size,
+    /// writing nothing, so that the caller can go on with the chunk.
+    [[nodiscard]] int put(const void* data, std::size_t length);
     /// Writes the text and its terminating zero byte.
-    int putString(const char* text);
+    [[nodiscard]] int putString(const char* text);
     /// Reads a zero-terminated text of the open chunk into buffer (at most
     /// length - 1 characters; the rest of a longer text is skipped).
-    int getString(char* buffer, std::size_t length);
+    [[nodiscard]] int getString(char* buffer, std::size_t length);
     /// The next length bytes of the open chunk, in a buffer of the object's
-    /// (valid until the next call that reads); null with the code.
-    const void* beginRead(std::size_t length);
+    /// (valid until the next call that reads); null with the code: 13 past
+    /// the chunk's size, 8 past the end of the file, both checked before any
+    /// memory is taken (on a stream, memory grows with what arrives).
+    [[nodiscard]] const void* beginRead(std::size_t length);
     /// The same, pointing into the file's own block when it is in memory.
-    const void* sharedGet(std::size_t length);
+    [[nodiscard]] const void* sharedGet(std::size_t length);
     /// Room for length bytes in a buffer of the object's, to fill and then
     /// commit to the open chunk with endWrite.
-    void* beginWrite(std::size_t length);
-    /// Writes the first used bytes of the beginWrite buffer.
-    int endWrite(std::size_t used);
+    [[nodiscard]] void* beginWrite(std::size_t length);
+    /// Writes the first used bytes of the beginWrite buffer: 16 for more
+    /// than it holds; otherwise as put.
+    [[nodiscard]] int endWrite(std::size_t used);
 
     // -- Chunks --------------------------------------------------------------------
 
-    int beginPut(TiffTag tag, Tint32 size);
-    int endPut();
-    int putChunk(TiffTag tag, Tint32 size, const void* data);
-    /// A chunk whose data begins with the 4-byte type; size counts the data.
-    int putTypedChunk(TiffTag tag, Tint32 size, const void* data, TiffTag type);
-    /// The next header at this level (FLbgnget).
-    int beginGet(TiffTag& tag, Tint32* size);
-    int endGet();
+    /// Opens a chunk (FLbgnput; a negative size is unknown): 29 while a chunk
+    /// is open at this level, 12 for a data chunk at the root, 13 when it
+    /// does not fit its group's known size. Buffered, the size is ignored.
+    [[nodiscard]] int beginPut(TiffTag tag, Tint32 size);
+    /// Closes the chunk (FLendput): 16 when fewer bytes were put than its
+    /// known size, the rest then written as zeros; the chunk is closed anyway.
+    [[nodiscard]] int endPut();
+    /// beginPut, put and endPut; 16 for a negative size.
+    [[nodiscard]] int putChunk(TiffTag tag, Tint32 size, const void* data);
+    /// A chunk whose data begins with the 4-byte type; size counts the data
+    /// (16 when negative).
+    [[nodiscard]] int putTypedChunk(TiffTag tag, Tint32 size, const void* data, TiffTag type);
+    /// The next header at this level (FLbgnget): 0 for a data chunk, 31 for a
+    /// group, 1 at the end of the group or file.
+    [[nodiscard]] int beginGet(TiffTag& tag, Tint32* size);
+    [[nodiscard]] int endGet();
     /// The next data chunk whole, in a buffer of the object's (valid until the
-    /// next such call); null with the code.
-    const void* getChunk(TiffTag& tag, Tint32* size);
+    /// next such call); null with the code: 25 outside every group, 31 for a
+    /// group's header, 16 for an unknown size, 8 for more than the file holds.
+    [[nodiscard]] const void* getChunk(TiffTag& tag, Tint32* size);
     /// The same in new memory that the caller frees with free().
-    void* readChunk(TiffTag& tag, Tint32* size);
+    [[nodiscard]] void* readChunk(TiffTag& tag, Tint32* size);
     /// getChunk of a chunk that begins with a type: the data after it; size
-    /// is that of the data.
-    const void* getTypedChunk(TiffTag& tag, Tint32* size, TiffTag& type);
-    void* readTypedChunk(TiffTag& tag, Tint32* size, TiffTag& type);
+    /// is that of the data. 16 for a chunk shorter than the type.
+    [[nodiscard]] const void* getTypedChunk(TiffTag& tag, Tint32* size, TiffTag& type);
+    [[nodiscard]] void* readTypedChunk(TiffTag& tag, Tint32* size, TiffTag& type);
     /// Block writing (FLbgnwbchunk / FLendwbchunk).
-    void* beginWriteBufferedChunk(TiffTag tag, Tint32 size);
-    int endWriteBufferedChunk(Tint32 size);
+    [[nodiscard]] void* beginWriteBufferedChunk(TiffTag tag, Tint32 size);
+    [[nodiscard]] int endWriteBufferedChunk(Tint32 size);
 
     // -- Groups ------------------------------------------------------------------
 
-    int beginWriteGroup(TiffTag id, TiffTag type);
-    int endWriteGroup();
+    /// Opens a group (FLbgnwgroup), buffered or not: 3 for an identifier
+    /// that is not a group's or a type whose first byte has its top bit set,
+    /// 34 for a reserved identifier with a digit (FOR2), 12 for a property
+    /// group at the root, 14 for one outside a list, 29 while a chunk is open.
+    [[nodiscard]] int beginWriteGroup(TiffTag id, TiffTag type);
+    /// Closes the innermost group: 25 when none is open.
+    [[nodiscard]] int endWriteGroup();
     /// Reads the next header and enters it when it is a group: 0 with its
     /// identifier and type; 32 for a data chunk (left open); 1 at the end.
-    int beginReadGroup(TiffTag& id, TiffTag& type);
-    int endReadGroup();
-    int skipGroup();
+    [[nodiscard]] int beginReadGroup(TiffTag& id, TiffTag& type);
+    /// Leaves the innermost group: 25 at the root.
+    [[nodiscard]] int endReadGroup();
+    [[nodiscard]] int skipGroup();
 
     // -- Parsing -------------------------------------------------------------------
 
@@ -183,7 +213,7 @@ public:
     /// one), and calling the leaf hook with "GEND" and size 0 at the end of
     /// each level. Returns 0, a hook's non-zero result, or the library's
     /// code; "file incomplete" at the root ends it quietly (0).
-    int parse();
+    [[nodiscard]] int parse();
     /// Ends the parse under way after the current hook returns.
     void endParse() noexcept { fParseEnded = true; }
 
@@ -196,9 +226,10 @@ public:
     /// The two bytes exchanged.
     static TuInt16 swapHalf(TuInt16 value) noexcept;
     /// Copies the chunk structure of from (read from its current level) into
-    /// to: groups as groups, data chunks with their sizes. 16 for a data
-    /// chunk of unknown size.
-    static int copy(TiffFile& from, TiffFile& to);
+    /// to: groups as groups, data chunks with their sizes. -1 when either
+    /// file is closed; 16 for a data chunk of unknown size; otherwise the
+    /// first failing code of either file.
+    [[nodiscard]] static int copy(TiffFile& from, TiffFile& to);
 
     /// Decoders of chunk contents: each reads at cursor, decreases remaining
     /// by what it read and returns the cursor past it. With fewer bytes left
@@ -223,6 +254,8 @@ private:
     /// Writes out (or, without write, drops) a group or chunk this file still
     /// buffers, on closing.
     int finishBuffered(bool write);
+    /// Makes this object the owner of from's buffered group, if it has one.
+    void takeBuffered(const TiffFile& from) noexcept;
     const void* loadChunk(TiffTag& tag, Tint32* size, std::vector<char>& into);
 
     _FLfile* fFile = nullptr;

@@ -2,6 +2,8 @@
 // its chunks held in memory and written with known sizes when it ends.
 #include "grundel/iff/TiffFile.h"
 
+#include "grundel/iff/FLchunk_p.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -154,6 +156,32 @@ int TiffFile::finishBuffered(bool write) {
     return kFLnoError;
 }
 
+void TiffFile::takeBuffered(const TiffFile& from) noexcept {
+    BufferState& s = state();
+    if (s.owner == &from)
+        s.owner = this;
+}
+
+namespace {
+
+// The checks FLbgnwgroup makes, for a group that is buffered and so not yet
+// written.
+int checkBufferedGroup(_FLfile* file, TuInt32 id, TuInt32 type) {
+    if (!(file->flags & kFLwriting))
+        return FLseterror(kFLbadMode);
+    if (file->block || file->context->id)
+        return FLseterror(kFLnestedWrite);
+    if (type & 0x80000000u)
+        return FLseterror(kFLbadId);
+    if (const int code = grundel::detail::groupIdCode(id))
+        return FLseterror(code);
+    Tint32 size = 0;
+    grundel::detail::FLkind kind;
+    return grundel::detail::classify(id, file->context, size, kind);
+}
+
+} // namespace
+
 int TiffFile::beginWriteGroup(TiffTag id, TiffTag type) {
     if (!fFile)
         return FLseterror(kFLnotAFile), -1;
@@ -163,7 +191,9 @@ int TiffFile::beginWriteGroup(TiffTag id, TiffTag type) {
         // and the outer group goes on unbuffered (the mode stays on).
         if (const int code = flushBufferedUnbuffered())
             return code;
-    } else if (s.on && !s.owner && !(type.value() & 0x80000000u)) {
+    } else if (s.on && !s.owner) {
+        if (const int code = checkBufferedGroup(fFile, id.value(), type.value()))
+            return code;
         s.owner = this;
         s.groupOpen = true;
         s.id = id.value();
@@ -190,6 +220,17 @@ int TiffFile::beginPut(TiffTag tag, Tint32 size) {
     const bool loose = s.on && !s.owner;
     if (!inGroup && !loose)
         return FLbgnput(fFile, tag.value(), size);
+    if (loose) {
+        // Checked now as FLbgnput would, though written only at endPut.
+        if (!(fFile->flags & kFLwriting))
+            return FLseterror(kFLbadMode);
+        if (fFile->block || fFile->context->id)
+            return FLseterror(kFLnestedWrite);
+        Tint32 ignored = 0;
+        grundel::detail::FLkind kind;
+        if (const int code = grundel::detail::classify(tag.value(), fFile->context, ignored, kind))
+            return code;
+    }
     // The declared size is ignored: the buffer knows it in the end.
     s.owner = this;
     ++s.index;

@@ -1,8 +1,10 @@
 // The parser, copying, and the decoders of chunk contents.
 #include "grundel/iff/TiffFile.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace {
 constexpr TuInt32 kGend = FLmakeid("GEND");
@@ -63,11 +65,11 @@ int TiffFile::parseLevel(int depth) {
     return 0;
 }
 
-int TiffFile::copy(TiffFile& from, TiffFile& to) {
-    _FLfile* in = from.fFile;
-    _FLfile* out = to.fFile;
-    if (!in || !out)
-        return FLseterror(kFLnotAFile);
+namespace {
+
+// Copies the rest of the level in to out, one level of recursion per group
+// (at most kFLmaxDepth); data goes through block, one buffer for the walk.
+int copyLevel(_FLfile* in, _FLfile* out, std::vector<char>& block) {
     for (;;) {
         TuInt32 id = 0;
         Tint32 size = 0;
@@ -80,7 +82,7 @@ int TiffFile::copy(TiffFile& from, TiffFile& to) {
                 return code;
             if ((code = FLbgnwgroup(out, id, type)) != kFLnoError)
                 return code;
-            if ((code = copy(from, to)) != kFLnoError)
+            if ((code = copyLevel(in, out, block)) != kFLnoError)
                 return code;
             if ((code = FLendwgroup(out)) != kFLnoError)
                 return code;
@@ -94,16 +96,30 @@ int TiffFile::copy(TiffFile& from, TiffFile& to) {
             return FLseterror(kFLbadSize);
         if ((code = FLbgnput(out, id, size)) != kFLnoError)
             return code;
-        char block[65536];
         for (Tint32 left = size; left > 0;) {
-            const std::size_t take = left < Tint32(sizeof block) ? static_cast<std::size_t>(left) : sizeof block;
-            if ((code = FLget(in, block, take)) != kFLnoError || (code = FLput(out, block, take)) != kFLnoError)
+            const std::size_t take = std::min(static_cast<std::size_t>(left), block.size());
+            if ((code = FLget(in, block.data(), take)) != kFLnoError ||
+                (code = FLput(out, block.data(), take)) != kFLnoError)
                 return code;
             left -= static_cast<Tint32>(take);
         }
         if ((code = FLendput(out)) != kFLnoError || (code = FLendget(in)) != kFLnoError)
             return code;
     }
+}
+
+} // namespace
+
+int TiffFile::copy(TiffFile& from, TiffFile& to) {
+    if (!from.fFile || !to.fFile)
+        return FLseterror(kFLnotAFile), -1;
+    std::vector<char> block;
+    try {
+        block.resize(64 * 1024);
+    } catch (...) {
+        return FLseterror(kFLnoMemory);
+    }
+    return copyLevel(from.fFile, to.fFile, block);
 }
 
 // -- Decoders ------------------------------------------------------------------------

@@ -108,8 +108,8 @@ inline int readAll(const std::string& name, std::vector<Node>& out, const char* 
     if (!file)
         return FLerror();
     const int code = readLevel(file, out);
-    FLclose(file);
-    return code;
+    const int closed = FLclose(file);
+    return code ? code : closed;
 }
 
 /// A temporary file path, removed with the object.
@@ -149,13 +149,14 @@ private:
 
 /// Writes root into a fresh "mem:" file and returns the bytes.
 inline Bytes writeToMemory(const Node& root, int* result = nullptr) {
+    const TiffSpecialNames names;
     _FLfile* file = FLopen("mem:", "w");
     const int code = file ? write(file, root) : FLerror();
-    if (result)
-        *result = code;
     void* data = nullptr;
     std::size_t size = 0;
-    FLclosemem(file, &data, &size);
+    const int closed = FLclosemem(file, &data, &size);
+    if (result)
+        *result = code ? code : closed;
     Bytes out(static_cast<unsigned char*>(data), static_cast<unsigned char*>(data) + size);
     std::free(data);
     return out;
@@ -174,6 +175,32 @@ inline Bytes cat(std::initializer_list<Bytes> parts) {
     Bytes out;
     for (const Bytes& p : parts)
         out.insert(out.end(), p.begin(), p.end());
+    return out;
+}
+
+/// A chunk header: the identifier and the size, big-endian.
+inline Bytes headerBytes(const char* id, TuInt32 size) {
+    return cat({text(id), be({int(size >> 24), int((size >> 16) & 0xFF), int((size >> 8) & 0xFF), int(size & 0xFF)})});
+}
+
+/// depth "FORM" groups of known size, one inside the other, the innermost
+/// holding one 4-byte chunk.
+inline Bytes nestedForms(int depth) {
+    Bytes inside = cat({headerBytes("DATA", 4), text("leaf")});
+    for (int i = 0; i < depth; ++i)
+        inside = cat({headerBytes("FORM", TuInt32(4 + inside.size())), text("NEST"), inside});
+    return inside;
+}
+
+/// levels pairs of a "FORM" of known size whose data is only the header of
+/// a "FORM" of unknown size, which holds the next pair. Every known group
+/// ends where the unknown one inside it begins, so a reader that does not
+/// end the unknown group with its parent reads the rest again for each
+/// level: time doubling per level.
+inline Bytes unknownSizeChain(int levels) {
+    Bytes out;
+    for (int i = 0; i < levels; ++i)
+        out = cat({out, headerBytes("FORM", 16), text("KNWN"), headerBytes("FORM", kFLsizePatched), text("UNKN")});
     return out;
 }
 

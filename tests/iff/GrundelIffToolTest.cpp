@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -106,7 +107,7 @@ TEST(GrundelIff, DemoWritesAFileThatChecks) {
 
 TEST(GrundelIff, AiffWrittenBySox) {
     if (!available("sox --version"))
-        GTEST_SKIP() << "sox is not installed";
+        GTEST_SKIP() << "sox not installed";
     TempFile sixteen(".aiff");
     ASSERT_EQ(std::system(("sox -n -r 8000 -c 1 -b 16 " + sixteen.path() + " synth 0.01 sine 440 2>/dev/null").c_str()),
               0);
@@ -159,4 +160,75 @@ TEST(GrundelIff, HelpAndUsage) {
     EXPECT_EQ(run("").status, 2);
     EXPECT_EQ(run("frobnicate x").status, 2);
     EXPECT_EQ(run("tree").status, 2);
+}
+
+TEST(GrundelIff, HostileNestingAndChains) {
+    TempFile file;
+    // Nesting to the library's bound walks; one level more is refused.
+    file.setBytes(nestedForms(int(kFLmaxDepth)));
+    for (const char* command : {"check ", "tree "}) {
+        const ToolRun ok = run(command + file.path());
+        EXPECT_EQ(ok.status, 0) << command << ok.output.substr(0, 400);
+    }
+    file.setBytes(nestedForms(int(kFLmaxDepth) + 1));
+    const ToolRun deep = run("check " + file.path());
+    EXPECT_EQ(deep.status, 1);
+    EXPECT_NE(deep.output.find("(6) corrupted file structure"), std::string::npos) << deep.output;
+    // Forty levels of unknown-size groups: each read once (the tree has one
+    // line per group), where re-reading would take days.
+    file.setBytes(unknownSizeChain(40));
+    const ToolRun chain = run("tree " + file.path());
+    EXPECT_EQ(chain.status, 0) << chain.output;
+    EXPECT_EQ(std::count(chain.output.begin(), chain.output.end(), '\n'), 1 + 80);
+}
+
+TEST(GrundelIff, NamesTypedOnTheCommandLineMayRunCommands) {
+    TempFile file;
+    file.setBytes(writeToMemory(group("FORM", "TEST", {chunk("DATA", text("xyz"))})));
+    const ToolRun piped = run("check '|cat " + file.path() + "'");
+    EXPECT_EQ(piped.status, 0) << piped.output;
+}
+
+TEST(GrundelIff, DashAndStandardStreams) {
+    TempFile file;
+    TempFile messages(".txt");
+    for (const char* name : {"-", "stdout"}) {
+        // Only the file's bytes on standard output; the message on standard error.
+        const std::string command = std::string(GRUNDEL_IFF_TOOL) + " demo " + name + " > " + file.path() + " 2> " +
+                                    messages.path();
+        ASSERT_EQ(std::system(command.c_str()), 0) << name;
+        const Bytes bytes = file.bytes();
+        ASSERT_GE(bytes.size(), 12u) << name;
+        EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "FOR4") << name;
+        const Bytes told = messages.bytes();
+        EXPECT_NE(std::string(told.begin(), told.end()).find("wrote the sample to standard output"),
+                  std::string::npos);
+        const ToolRun check = run("check " + file.path());
+        EXPECT_EQ(check.status, 0) << check.output;
+        EXPECT_NE(check.output.find("ok: 8 groups, 7 data chunks"), std::string::npos) << check.output;
+    }
+    // Through a pipe the sizes stay unknown, and "-" reads them back.
+    const ToolRun piped = run("demo - 2>/dev/null | " GRUNDEL_IFF_TOOL " tree -");
+    EXPECT_EQ(piped.status, 0) << piped.output;
+    EXPECT_NE(piped.output.find("FOR4 'DEMO'"), std::string::npos) << piped.output;
+    EXPECT_NE(piped.output.find("unknown"), std::string::npos) << piped.output;
+    const ToolRun fromFile = run("check - < " + file.path());
+    EXPECT_EQ(fromFile.status, 0) << fromFile.output;
+}
+
+TEST(GrundelIff, FileIncompleteSaysWhere) {
+    TempFile file;
+    const Bytes whole = writeToMemory(group("FORM", "TEST", {chunk("FRST", text("12")), chunk("DATA", text("12345"))}));
+    // Cut inside the data of "DATA", whose header stands at 12 + 10 = 22.
+    file.setBytes(Bytes(whole.begin(), whole.end() - 3));
+    ToolRun cut = run("check " + file.path());
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_NE(cut.output.find("(8) file incomplete: chunk \"DATA\" at offset 22 runs past the end"), std::string::npos)
+        << cut.output;
+    // Cut inside that header.
+    file.setBytes(Bytes(whole.begin(), whole.begin() + 25));
+    cut = run("tree " + file.path());
+    EXPECT_EQ(cut.status, 1);
+    EXPECT_NE(cut.output.find("(8) file incomplete: the header at offset 22 runs past the end"), std::string::npos)
+        << cut.output;
 }
