@@ -112,7 +112,6 @@ TclientServer::~TclientServer() {
         fsTotalClients -= static_cast<Tint32>(countActive(*clients));
         releaseTable(clients);
     }
-    delete fMessages;
 }
 
 TclientArray* TclientServer::clientsOf(const Tmetaclass* messageClass) const noexcept {
@@ -186,7 +185,7 @@ bool TclientServer::addClient(Tclient* client, Tmetaclass* messageClass, Tclient
         callback = messageClass == TserverDeletedMsg::sMetaclass() ? &Tclient::serverDeletedCB
                                                                      : &Tclient::serverModifiedCB;
     if (!fMessages)
-        fMessages = new TmessageArray(kMessageTableIncrement);
+        fMessages = std::make_unique<TmessageArray>(kMessageTableIncrement);
     TuInt32 messageIndex;
     if (!findMessage(*fMessages, messageClass, messageIndex)) {
         TclientArray* table = takeTable();

@@ -8,6 +8,7 @@
 #include "grundel/object/TserverMsg.h"
 
 #include <functional>
+#include <memory>
 
 class TmessageArray;
 
@@ -148,7 +149,7 @@ private:
     bool removeEntry(TuInt32 messageIndex, Tclient* client);
     void sweep();
 
-    TmessageArray* fMessages = nullptr;
+    std::unique_ptr<TmessageArray> fMessages;
     TuInt8 fDepth = 0;
     TuInt8 fRemovalPending = 0;
     TuInt8 fNotifyOn = 1;
