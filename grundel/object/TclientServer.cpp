@@ -1,6 +1,7 @@
 #include "grundel/object/TclientServer.h"
 
 #include "grundel/core/Tarrays.h"
+#include "grundel/object/TclientRegistration.h"
 
 #include <algorithm>
 #include <cassert>
@@ -104,14 +105,17 @@ TclientServer& TclientServer::operator=(const TclientServer&) noexcept { return 
 
 TclientServer::~TclientServer() {
     assert(fDepth == 0 && "a server is destroyed inside its own notification");
-    if (!fMessages)
-        return;
-    TclientServer::notifyClients(TserverDeletedMsg());
-    for (TuInt32 i = 0; i < fMessages->length(); ++i) {
-        TclientArray* clients = (*fMessages)[i].fClients;
-        fsTotalClients -= static_cast<Tint32>(countActive(*clients));
-        releaseTable(clients);
+    if (fMessages) {
+        TclientServer::notifyClients(TserverDeletedMsg());
+        for (TuInt32 i = 0; i < fMessages->length(); ++i) {
+            TclientArray* clients = (*fMessages)[i].fClients;
+            fsTotalClients -= static_cast<Tint32>(countActive(*clients));
+            releaseTable(clients);
+        }
     }
+    // Registration objects that outlive this server let go of it.
+    if (fScoped)
+        TclientRegistration::serverDestroyed(this);
 }
 
 TclientArray* TclientServer::clientsOf(const Tmetaclass* messageClass) const noexcept {
@@ -376,6 +380,8 @@ int TclientServer::transferClients(TclientServer* to) {
             fRemovalPending = 1;
             --fsTotalClients;
             ++moved;
+            if (fScoped)
+                TclientRegistration::clientMoved(this, to, entry.fClient, message.fMessageClass);
         }
     }
     return moved;

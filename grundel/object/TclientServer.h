@@ -42,7 +42,7 @@ extern GRUNDEL_API bool g_bClosing;
 ///   entries pushed to n or beyond miss the current message.
 ///
 /// Servers hold plain pointers to their clients; a client that dies must
-/// remove itself first. A server must not be destroyed inside one of its
+/// remove itself first, which a TclientRegistration member does for it. A server must not be destroyed inside one of its
 /// own notifications. Servers, tables, the pool and the count are used on
 /// the application's main thread only, without locks.
 class GRUNDEL_API TclientServer {
@@ -141,6 +141,7 @@ protected:
     bool acceptsMessage(Tclient* client, Tmetaclass* messageClass) const noexcept;
 
 private:
+    friend class TclientRegistration;
     class Notifying;
     static constexpr TuInt8 kMaxDepth = 255;
 
@@ -153,4 +154,6 @@ private:
     TuInt8 fDepth = 0;
     TuInt8 fRemovalPending = 0;
     TuInt8 fNotifyOn = 1;
+    // Set while TclientRegistration objects refer to this server.
+    TuInt8 fScoped = 0;
 };
