@@ -72,6 +72,7 @@
 #include "grundel/object/TapiPtrBase.h"
 #include "grundel/object/Tclient.h"
 #include "grundel/object/TclientData.h"
+#include "grundel/object/TclientRegistration.h"
 #include "grundel/object/TclientResult.h"
 #include "grundel/object/TclientServer.h"
 #include "grundel/object/Tcondition.h"

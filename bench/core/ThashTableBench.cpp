@@ -1,5 +1,6 @@
 // TstringHashTable beside std::unordered_map<std::string, std::string>:
-// 100k keys of 12 characters, inserted, found, and missed.
+// 100k keys, random ones of 12 characters or numbered names, inserted,
+// found and missed: BM_Case<TstringHashTable>, BM_Case<StdMap>.
 
 #include "grundel/core/TstringHashTable.h"
 
@@ -45,14 +46,15 @@ Keys makeRandomKeys() {
     return k;
 }
 
-// Names with a running number, as an application makes them.
+// The names scenes are made of: a base and a running number ("pCube1" to
+// "pCube100000"); the misses continue the count.
 Keys makeNumberedKeys() {
     Keys k;
     char buffer[32];
-    for (int i = 0; i < kKeyCount; ++i) {
-        std::snprintf(buffer, sizeof buffer, "object_%05d", i);
+    for (int i = 1; i <= kKeyCount; ++i) {
+        std::snprintf(buffer, sizeof buffer, "pCube%d", i);
         k.hits.push_back(buffer);
-        std::snprintf(buffer, sizeof buffer, "object_%05d", i + kKeyCount);
+        std::snprintf(buffer, sizeof buffer, "pCube%d", i + kKeyCount);
         k.misses.push_back(buffer);
     }
     for (const auto& s : k.hits)
@@ -68,54 +70,43 @@ const Keys& keys(bool numbered) {
     return numbered ? names : random;
 }
 
-void BM_TstringHashTable_InsertAll(benchmark::State& state) {
-    const Keys& k = keys(false);
-    for (auto _ : state) {
-        TstringHashTable t;
-        for (const Tstring& s : k.tHits)
-            t.insert(s, s);
-        benchmark::DoNotOptimize(t.entryCount());
-    }
-    state.SetItemsProcessed(state.iterations() * kKeyCount);
-}
+using StdMap = std::unordered_map<std::string, std::string>;
 
-void BM_StdUnorderedMap_InsertAll(benchmark::State& state) {
-    const Keys& k = keys(false);
+// The same operations on both tables, so that each case is one template.
+void insert(TstringHashTable& t, const Tstring& s) { t.insert(s, s); }
+void insert(StdMap& m, const std::string& s) { m.emplace(s, s); }
+bool has(const TstringHashTable& t, const Tstring& s) { return t.find(s) != nullptr; }
+bool has(const StdMap& m, const std::string& s) { return m.find(s) != m.end(); }
+const std::vector<Tstring>& hits(const Keys& k, const TstringHashTable*) { return k.tHits; }
+const std::vector<std::string>& hits(const Keys& k, const StdMap*) { return k.hits; }
+const std::vector<Tstring>& misses(const Keys& k, const TstringHashTable*) { return k.tMisses; }
+const std::vector<std::string>& misses(const Keys& k, const StdMap*) { return k.misses; }
+
+// range(0): 1 uses the numbered names.
+template <class Table>
+void BM_InsertAll(benchmark::State& state) {
+    const Keys& k = keys(state.range(0) != 0);
     for (auto _ : state) {
-        std::unordered_map<std::string, std::string> m;
-        for (const std::string& s : k.hits)
-            m.emplace(s, s);
-        benchmark::DoNotOptimize(m.size());
+        Table t;
+        for (const auto& s : hits(k, &t))
+            insert(t, s);
+        benchmark::DoNotOptimize(&t);
     }
     state.SetItemsProcessed(state.iterations() * kKeyCount);
 }
 
 // range(0): 1 looks up the misses; range(1): 1 uses the numbered names.
-void BM_TstringHashTable_Find(benchmark::State& state) {
+template <class Table>
+void BM_Find(benchmark::State& state) {
     const Keys& k = keys(state.range(1) != 0);
-    TstringHashTable t;
-    for (const Tstring& s : k.tHits)
-        t.insert(s, s);
-    const std::vector<Tstring>& probes = state.range(0) ? k.tMisses : k.tHits;
+    Table t;
+    for (const auto& s : hits(k, &t))
+        insert(t, s);
+    const auto& probes = state.range(0) ? misses(k, &t) : hits(k, &t);
     for (auto _ : state) {
         int found = 0;
-        for (const Tstring& s : probes)
-            found += t.find(s) != nullptr;
-        benchmark::DoNotOptimize(found);
-    }
-    state.SetItemsProcessed(state.iterations() * kKeyCount);
-}
-
-void BM_StdUnorderedMap_Find(benchmark::State& state) {
-    const Keys& k = keys(state.range(1) != 0);
-    std::unordered_map<std::string, std::string> m;
-    for (const std::string& s : k.hits)
-        m.emplace(s, s);
-    const std::vector<std::string>& probes = state.range(0) ? k.misses : k.hits;
-    for (auto _ : state) {
-        int found = 0;
-        for (const std::string& s : probes)
-            found += m.find(s) != m.end();
+        for (const auto& s : probes)
+            found += has(t, s);
         benchmark::DoNotOptimize(found);
     }
     state.SetItemsProcessed(state.iterations() * kKeyCount);
@@ -123,7 +114,7 @@ void BM_StdUnorderedMap_Find(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(BM_TstringHashTable_InsertAll)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_StdUnorderedMap_InsertAll)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_TstringHashTable_Find)->ArgNames({"miss", "numbered"})->Args({0, 0})->Args({1, 0})->Args({0, 1})->Args({1, 1})->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_StdUnorderedMap_Find)->ArgNames({"miss", "numbered"})->Args({0, 0})->Args({1, 0})->Args({0, 1})->Args({1, 1})->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(BM_InsertAll, TstringHashTable)->ArgName("numbered")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(BM_InsertAll, StdMap)->ArgName("numbered")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(BM_Find, TstringHashTable)->ArgNames({"miss", "numbered"})->Args({0, 0})->Args({1, 0})->Args({0, 1})->Args({1, 1})->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(BM_Find, StdMap)->ArgNames({"miss", "numbered"})->Args({0, 0})->Args({1, 0})->Args({0, 1})->Args({1, 1})->Unit(benchmark::kMillisecond);

@@ -1,7 +1,9 @@
 #include "grundel/core/Tstring.h"
 
 #include "grundel/core/TstringId.h"
+#include "grundel/core/Tstring_p.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <malloc.h>
@@ -26,6 +28,14 @@ constexpr TuInt64 kMaxBlockBytes = 0xFFFFFFF0u;
 // rounded down to a multiple of 4 (a few bytes of slack, never geometric).
 inline TuInt64 reallocBytes(TuInt32 n) noexcept { return (TuInt64(n) + 20) & ~TuInt64(3); }
 
+std::vector<std::size_t>* gRequests = nullptr;
+
+// Every size asked of the heap for a block passes here.
+inline void asked(TuInt64 bytes) noexcept {
+    if (gRequests)
+        gRequests->push_back(static_cast<std::size_t>(bytes));
+}
+
 inline bool pointsInto(const char* p, const TstringData* block) noexcept {
     if (!block || !p)
         return false;
@@ -35,12 +45,15 @@ inline bool pointsInto(const char* p, const TstringData* block) noexcept {
 
 } // namespace
 
+void grundel::detail::recordStringBlockRequests(std::vector<std::size_t>* sizes) noexcept { gRequests = sizes; }
+
 // -- Blocks ---------------------------------------------------------------------
 
 TstringData* TstringData::create(TuInt32 n) noexcept {
     const TuInt64 bytes = (TuInt64(n) + 35) / 20 * 20;
     if (bytes > kMaxBlockBytes)
         return nullptr;
+    asked(bytes);
     auto* block = static_cast<TstringData*>(std::malloc(bytes));
     if (!block)
         return nullptr;
@@ -60,6 +73,7 @@ TstringData* TstringData::growRealloc(TstringData* block, TuInt32 n, bool keep) 
             // The heap rounds blocks up: while the new size still fits the
             // block, the realloc would return it unchanged, so skip the call.
             if (bytes > ::malloc_usable_size(block)) {
+                asked(bytes);
                 auto* grown = static_cast<TstringData*>(std::realloc(static_cast<void*>(block), bytes));
                 if (!grown)
                     return nullptr;
@@ -96,6 +110,7 @@ TstringData* TstringData::shrink(TstringData* block, TuInt32 n, bool keep) noexc
     if (block->fCount.value() < 2) {
         if (n < block->fCapacity) {
             const TuInt64 bytes = reallocBytes(n);
+            asked(bytes);
             auto* smaller = static_cast<TstringData*>(std::realloc(static_cast<void*>(block), bytes));
             if (!smaller)
                 return nullptr;
@@ -254,6 +269,35 @@ int Tstring::catenate(const char* source, unsigned int n) noexcept {
     }
     fData->fLength = oldLength + n;
     text()[oldLength + n] = '\0';
+    return 0;
+}
+
+int Tstring::catenateGrowing(char c) noexcept {
+    TstringData* d = fData;
+    if (!d || d->fCount.value() >= 2)
+        return catenate(&c, 1); // c is a copy: growth cannot move it
+    // A full block of our own. Growth asks the heap for reallocBytes(n + 1),
+    // as every growth does, but the capacity becomes all the room the heap
+    // block has: its rounding then serves the next appends inline, and
+    // realloc is called only when the heap block itself must grow.
+    const TuInt32 n = d->fLength;
+    const TuInt64 bytes = reallocBytes(n + 1);
+    if (bytes > kMaxBlockBytes)
+        return 0;
+    std::size_t usable = ::malloc_usable_size(d);
+    if (bytes > usable) {
+        asked(bytes);
+        d = static_cast<TstringData*>(std::realloc(static_cast<void*>(d), bytes));
+        if (!d)
+            return 0;
+        fData = d;
+        usable = ::malloc_usable_size(d);
+    }
+    d->fCapacity = static_cast<TuInt32>(std::min<std::size_t>(usable, kMaxBlockBytes) - 16);
+    char* t = d->text();
+    t[n] = c;
+    t[n + 1] = '\0';
+    d->fLength = n + 1;
     return 0;
 }
 

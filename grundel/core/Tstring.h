@@ -176,14 +176,22 @@ public:
     int catenate(const Tstring& other) noexcept;
     int catenate(const char* text) noexcept;
     int catenate(const char* text, unsigned int n) noexcept;
+    /// Appends c. A full block grows by the usual few bytes, and then
+    /// takes as capacity whatever room the heap gave the block, so that
+    /// most appends stay on this inline path.
     int catenate(char c) noexcept {
-        if (fData && fData->fLength < fData->fCapacity && fData->fCount.value() < 2) {
-            char* t = fData->text();
-            t[fData->fLength] = c;
-            t[++fData->fLength] = '\0';
+        // Inline only while the block is ours alone and has room: a block
+        // that another string shares must never change.
+        TstringData* d = fData;
+        if (d && d->fLength < d->fCapacity && d->fCount.value() < 2) {
+            const TuInt32 n = d->fLength;
+            char* t = d->text();
+            t[n] = c;
+            t[n + 1] = '\0';
+            d->fLength = n + 1;
             return 0;
         }
-        return catenate(&c, 1);
+        return catenateGrowing(c);
     }
     int catenate(const TstringId& id) noexcept;
     int catenate(TstringIdNumber number) noexcept;
@@ -496,6 +504,8 @@ private:
     bool makeRoom(TuInt32 n, bool keep) noexcept;
     /// Makes the block private before an in-place edit of the current text.
     bool makeUnique() noexcept { return makeRoom(length(), true); }
+    /// catenate(c) when the block is absent, shared or full.
+    int catenateGrowing(char c) noexcept;
     /// Replaces the block by a new one (releasing the old one last).
     void adopt(TstringData* block) noexcept;
     int setFromTable(int number, bool catenateIt) noexcept;

@@ -13,9 +13,17 @@ struct GRUNDEL_API TstringKeyHashEntry : ThashTableEntry {
 };
 } // namespace grundel::detail
 
-/// A multimap from Tstring keys to Tstring values, hashed with
-/// Tstring::hash(). Keys and values are shared with the caller's strings,
-/// never copied character by character.
+/// A multimap from Tstring keys to Tstring values, hashed with keyHash().
+/// Keys and values are shared with the caller's strings, never copied
+/// character by character.
+///
+/// keyHash() is not Tstring::hash(): that one keeps its long-standing values,
+/// which gather names that differ only in a running number ("pCube1" to
+/// "pCube100000") into a few hundred values. The tables instead store and
+/// bucket by a 32-bit hash of the whole text made with folded 64 x 64-bit
+/// multiplications, in which every byte moves every bit of the result. The
+/// order in which an Iterator visits the keys follows these hashes and the
+/// table's history; nothing may depend on it.
 ///
 /// Equal keys may be stored more than once: find() and remove() meet the
 /// most recently added first, until the table is resized (see ThashTable).
@@ -37,6 +45,10 @@ public:
     /// As the copy constructor; on failure this table is unchanged.
     TstringHashTable& operator=(const TstringHashTable& other) = default;
     TstringHashTable& operator=(TstringHashTable&& other) noexcept = default;
+
+    /// The hash the table stores for key and buckets it by (see above): a
+    /// function of the text alone, the same for every table and every run.
+    static TuInt32 keyHash(const Tstring& key) noexcept;
 
     /// Adds an entry even when the key is present. False only when the
     /// table could not grow (the entry is stored all the same).
@@ -91,8 +103,9 @@ private:
     Entry* firstWithKey(const Tstring& key) const noexcept;
 };
 
-/// A multiset of Tstring keys, hashed with Tstring::hash(). Keys are shared
-/// with the caller's strings. Otherwise as TstringHashTable.
+/// A multiset of Tstring keys, hashed with keyHash() (the hash of
+/// TstringHashTable, not Tstring::hash()). Keys are shared with the caller's
+/// strings. The order of a walk is unspecified. Otherwise as TstringHashTable.
 class GRUNDEL_API TstringKeyHashTable
     : public grundel::detail::ThashTableOf<TstringKeyHashTable, grundel::detail::TstringKeyHashEntry> {
 public:
@@ -106,6 +119,9 @@ public:
     /// On failure this table is unchanged.
     TstringKeyHashTable& operator=(const TstringKeyHashTable& other) = default;
     TstringKeyHashTable& operator=(TstringKeyHashTable&& other) noexcept = default;
+
+    /// The hash the table stores for key: TstringHashTable::keyHash(key).
+    static TuInt32 keyHash(const Tstring& key) noexcept { return TstringHashTable::keyHash(key); }
 
     /// Adds the key without looking for an equal one. False only when the
     /// table could not grow (the key is stored all the same).

@@ -2,6 +2,7 @@
 
 #include "grundel/core/Tarrays.h"
 #include "grundel/object/TobjectArrays.h"
+#include "grundel/object/TclientRegistration.h"
 
 #include <algorithm>
 #include <cassert>
@@ -105,15 +106,17 @@ TclientServer& TclientServer::operator=(const TclientServer&) noexcept { return 
 
 TclientServer::~TclientServer() {
     assert(fDepth == 0 && "a server is destroyed inside its own notification");
-    if (!fMessages)
-        return;
-    TclientServer::notifyClients(TserverDeletedMsg());
-    for (TuInt32 i = 0; i < fMessages->length(); ++i) {
-        TclientArray* clients = (*fMessages)[i].fClients;
-        fsTotalClients -= static_cast<Tint32>(countActive(*clients));
-        releaseTable(clients);
+    if (fMessages) {
+        TclientServer::notifyClients(TserverDeletedMsg());
+        for (TuInt32 i = 0; i < fMessages->length(); ++i) {
+            TclientArray* clients = (*fMessages)[i].fClients;
+            fsTotalClients -= static_cast<Tint32>(countActive(*clients));
+            releaseTable(clients);
+        }
     }
-    delete fMessages;
+    // Registration objects that outlive this server let go of it.
+    if (fScoped)
+        TclientRegistration::serverDestroyed(this);
 }
 
 TclientArray* TclientServer::clientsOf(const Tmetaclass* messageClass) const noexcept {
@@ -187,7 +190,7 @@ bool TclientServer::addClient(Tclient* client, Tmetaclass* messageClass, Tclient
         callback = messageClass == TserverDeletedMsg::sMetaclass() ? &Tclient::serverDeletedCB
                                                                      : &Tclient::serverModifiedCB;
     if (!fMessages)
-        fMessages = new TmessageArray(kMessageTableIncrement);
+        fMessages = std::make_unique<TmessageArray>(kMessageTableIncrement);
     TuInt32 messageIndex;
     if (!findMessage(*fMessages, messageClass, messageIndex)) {
         TclientArray* table = takeTable();
@@ -378,6 +381,8 @@ int TclientServer::transferClients(TclientServer* to) {
             fRemovalPending = 1;
             --fsTotalClients;
             ++moved;
+            if (fScoped)
+                TclientRegistration::clientMoved(this, to, entry.fClient, message.fMessageClass);
         }
     }
     return moved;

@@ -8,6 +8,7 @@
 #include "grundel/object/TserverMsg.h"
 
 #include <functional>
+#include <memory>
 
 class TmessageArray;
 
@@ -41,7 +42,7 @@ extern GRUNDEL_API bool g_bClosing;
 ///   entries pushed to n or beyond miss the current message.
 ///
 /// Servers hold plain pointers to their clients; a client that dies must
-/// remove itself first. A server must not be destroyed inside one of its
+/// remove itself first, which a TclientRegistration member does for it. A server must not be destroyed inside one of its
 /// own notifications. Servers, tables, the pool and the count are used on
 /// the application's main thread only, without locks.
 class GRUNDEL_API TclientServer {
@@ -140,6 +141,7 @@ protected:
     bool acceptsMessage(Tclient* client, Tmetaclass* messageClass) const noexcept;
 
 private:
+    friend class TclientRegistration;
     class Notifying;
     static constexpr TuInt8 kMaxDepth = 255;
 
@@ -148,8 +150,10 @@ private:
     bool removeEntry(TuInt32 messageIndex, Tclient* client);
     void sweep();
 
-    TmessageArray* fMessages = nullptr;
+    std::unique_ptr<TmessageArray> fMessages;
     TuInt8 fDepth = 0;
     TuInt8 fRemovalPending = 0;
     TuInt8 fNotifyOn = 1;
+    // Set while TclientRegistration objects refer to this server.
+    TuInt8 fScoped = 0;
 };

@@ -100,14 +100,11 @@ TdelayedClientServer::TdelayedClientServer(const TdelayedClientServer& other) no
 
 TdelayedClientServer& TdelayedClientServer::operator=(const TdelayedClientServer&) noexcept { return *this; }
 
-TdelayedClientServer::~TdelayedClientServer() {
-    delete fPending;
-    delete fDelayed;
-}
+TdelayedClientServer::~TdelayedClientServer() = default;
 
 TserverMsgPtrList& TdelayedClientServer::pending() {
     if (!fPending)
-        fPending = new TserverMsgPtrList;
+        fPending = std::make_unique<TserverMsgPtrList>();
     return *fPending;
 }
 
@@ -158,7 +155,7 @@ void TdelayedClientServer::delayNotification(Tmetaclass* type, bool on) {
         return;
     if (on) {
         if (!fDelayed)
-            fDelayed = new TdelayedMsgTypeArray;
+            fDelayed = std::make_unique<TdelayedMsgTypeArray>();
         for (TuInt32 i = 0; i < fDelayed->length(); ++i)
             if (fDelayed->element(i).fMessageClass == type) {
                 ++fDelayed->element(i).fCount;

@@ -3,6 +3,8 @@
 #include "grundel/core/Tapi.h"
 #include "grundel/object/TclientServer.h"
 
+#include <memory>
+
 class TdelayedMsgTypeArray;
 class TserverMsgPtrList;
 
@@ -51,12 +53,12 @@ public:
     void forceNotification(const Tmetaclass* type);
     /// The delays in force, derived classes before their ancestors; null
     /// before the first delay.
-    const TdelayedMsgTypeArray* delayedTypes() const noexcept { return fDelayed; }
+    const TdelayedMsgTypeArray* delayedTypes() const noexcept { return fDelayed.get(); }
 
 private:
     TserverMsgPtrList& pending();
     void deliverUndelayed();
 
-    TdelayedMsgTypeArray* fDelayed = nullptr;
-    TserverMsgPtrList* fPending = nullptr;
+    std::unique_ptr<TdelayedMsgTypeArray> fDelayed;
+    std::unique_ptr<TserverMsgPtrList> fPending;
 };
