@@ -299,8 +299,10 @@ public:
         return b.view() != std::string_view(a);
     }
 
-    /// The library's string hash; 0xFFFFFFFF for an empty string. Hash
-    /// tables keyed by strings depend on its exact values.
+    /// The library's string hash; 0xFFFFFFFF for an empty string. Its values
+    /// are stable (callers may store them), but it depends only on the last
+    /// 32 bytes and spreads numbered names poorly: the string-keyed tables
+    /// bucket by their own keyHash instead.
     TuInt32 hash() const noexcept { return hashOf(asC(), length()); }
     static TuInt32 hashOf(const char* text, TuInt32 length) noexcept;
 
