@@ -6,7 +6,13 @@
 
 #include <cassert>
 #include <cstddef>
+// The iterator tags alone: all of <iterator> (stream iterators included)
+// triples the parse time of this header.
+#if __has_include(<bits/stl_iterator_base_types.h>)
+#include <bits/stl_iterator_base_types.h>
+#else
 #include <iterator>
+#endif
 
 // Sets of flags indexed by small integers: fields of 16, 32, 64 and 128 bits
 // held in one value, a growable field (TbitFieldN), a field of a fixed bit
