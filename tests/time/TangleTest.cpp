@@ -1,7 +1,6 @@
 #include "grundel/time/Tangle.h"
 
-#include "grundel/object/TserverMsg.h"
-#include "grundel/object/Ttrigger.h"
+#include "TimeTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -11,18 +10,7 @@ namespace {
 
 constexpr double kPi = 3.141592653589793;
 
-class Firings : public Tclient {
-public:
-    explicit Firings(Ttrigger& trigger) : fTrigger(trigger) {
-        fTrigger.addClient(this, TtriggerMsg::sMetaclass(), nullptr);
-    }
-    ~Firings() override { fTrigger.removeClient(this); }
-    void serverModified(TclientServer*, const TserverMsg&) override { ++count; }
-    int count = 0;
-
-private:
-    Ttrigger& fTrigger;
-};
+using grundel_test::Firings;
 
 // Leaves the process-wide angular units at their defaults.
 class TangleTest : public ::testing::Test {

@@ -3,8 +3,7 @@
 
 #include "grundel/core/Tarrays.h"
 #include "grundel/core/TfootprintInfo.h"
-#include "grundel/object/TserverMsg.h"
-#include "grundel/object/Ttrigger.h"
+#include "TimeTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -23,18 +22,7 @@ constexpr int kTicks[kNumTimeUnits] = {21600000, 360000, 6000, 6,  400, 250, 240
                                        80,       75,     60,   50,  48,  40,  30,  25,  24,  20,  16,
                                        15,       12,     10,   8,   5,   4,   3,   2,   1};
 
-class Firings : public Tclient {
-public:
-    explicit Firings(Ttrigger& trigger) : fTrigger(trigger) {
-        fTrigger.addClient(this, TtriggerMsg::sMetaclass(), nullptr);
-    }
-    ~Firings() override { fTrigger.removeClient(this); }
-    void serverModified(TclientServer*, const TserverMsg&) override { ++count; }
-    int count = 0;
-
-private:
-    Ttrigger& fTrigger;
-};
+using grundel_test::Firings;
 
 // Leaves the class-wide settings at their defaults.
 class TanimTimeTest : public ::testing::Test {

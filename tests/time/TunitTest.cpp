@@ -1,26 +1,14 @@
 #include "grundel/time/Tlinear.h"
 #include "grundel/time/Tunit.h"
 
-#include "grundel/object/TserverMsg.h"
-#include "grundel/object/Ttrigger.h"
+#include "TimeTestSupport.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 // Counts the firings of a trigger while it lives.
-class Firings : public Tclient {
-public:
-    explicit Firings(Ttrigger& trigger) : fTrigger(trigger) {
-        fTrigger.addClient(this, TtriggerMsg::sMetaclass(), nullptr);
-    }
-    ~Firings() override { fTrigger.removeClient(this); }
-    void serverModified(TclientServer*, const TserverMsg&) override { ++count; }
-    int count = 0;
-
-private:
-    Ttrigger& fTrigger;
-};
+using grundel_test::Firings;
 
 // Leaves the process-wide linear units at their defaults.
 class TunitTest : public ::testing::Test {
