@@ -81,7 +81,8 @@ public:
     /// as std::string_view but do not decay to const char* (std::string).
     template <class S>
     static constexpr bool kIsStringLike =
-        std::conjunction<std::negation<std::is_base_of<Tstring, S>>,
+        std::conjunction<std::negation<std::is_same<S, TstringId>>, // declared only: no traits of it here
+                         std::negation<std::is_base_of<Tstring, S>>,
                          std::negation<std::is_same<S, std::string_view>>,
                          std::is_convertible<const S&, std::string_view>,
                          std::negation<std::is_convertible<const S&, const char*>>>::value;
