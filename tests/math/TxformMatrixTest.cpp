@@ -241,6 +241,8 @@ TEST(TxformMatrix, SpacesRoundTrip) {
         x.setScaleTranslation(T4dDblVector(1, 0, 0), space);
         EXPECT_TRUE(x.scaleTranslation(space).equivalent(T4dDblVector(1, 0, 0), 1e-9)) << space;
     }
+    // The rotate pivot in the transform's space is undone by the scale stage.
+    EXPECT_TRUE(x.rotatePivot(kTransform).equivalent(x.rotatePivot() * x.scaleMatrixInverse(), 1e-12));
     // The post-transform scale pivot is the stored one carried through matrix().
     EXPECT_TRUE(x.scalePivot(kPostTransform).equivalent(x.scalePivot() * x.matrix(), 1e-12));
     // Without shear, mirror or parent scale the whole matrix turns by the
@@ -340,6 +342,18 @@ TEST(TxformMatrix, StoredRecord) {
     Xform asXyz = y;
     asXyz.rotateTo(TrotateXYZ(asXyz.angles().x, asXyz.angles().y, asXyz.angles().z, kRotXYZ), kPreTransform);
     EXPECT_TRUE(y.matrix().equivalent(asXyz.matrix(), 1e-12));
+
+    // Arbitrary bytes read as some transform (NaNs included), never a fault.
+    std::mt19937 rng(9);
+    for (int i = 0; i < 200; ++i) {
+        for (unsigned char& b : bytes)
+            b = static_cast<unsigned char>(rng());
+        read.read(bytes);
+        y = read;
+        EXPECT_EQ(y.flags() & ~TxformMatrix::kAllFlags, 0u);
+        (void)y.matrix();
+        y.fillFileIOClass(v);
+    }
 }
 
 } // namespace
