@@ -7,6 +7,8 @@
 #include "grundel/math/T2dFltVector.h"
 #include "grundel/math/TdblGeometry.h"
 #include "grundel/math/TfltGeometry.h"
+#include "grundel/math/Tscale.h"
+#include "grundel/math/Tshear.h"
 
 #include <cinttypes>
 #include <ostream>
@@ -85,4 +87,14 @@ void T4dFltMatrix::debug(TdebugOutput& out, unsigned int indent) const {
 void T4dFltMatrix::debugMe(const T4dFltMatrix* matrix) {
     if (matrix)
         matrix->debug(TdebugOutput::sStandardError());
+}
+
+std::ostream& operator<<(std::ostream& out, const Tscale& s) {
+    return out << "[x: " << s.x << ", y: " << s.y << ", z: " << s.z << ']';
+}
+std::ostream& operator<<(std::ostream& out, const Tshear& s) {
+    return out << "[xy: " << s.xy << ", xz: " << s.xz << ", yz: " << s.yz << ']';
+}
+std::ostream& operator<<(std::ostream& out, const Tshear2& s) {
+    return out << "[xy: " << s.xy << ", xz: " << s.xz << ", yz: " << s.yz << ']';
 }

@@ -80,14 +80,6 @@ T4dDblMatrix Tquaternion::asMatrix() const noexcept {
 
 Tquaternion::operator T4dDblMatrix() const noexcept { return asMatrix(); }
 
-Tquaternion operator*(const Tquaternion& a, const Tquaternion& b) noexcept {
-    // The Hamilton product b a: a acts first on a row vector.
-    return Tquaternion(b.w * a.x + a.w * b.x + (b.y * a.z - b.z * a.y),
-                       b.w * a.y + a.w * b.y + (b.z * a.x - b.x * a.z),
-                       b.w * a.z + a.w * b.z + (b.x * a.y - b.y * a.x),
-                       b.w * a.w - (b.x * a.x + b.y * a.y + b.z * a.z));
-}
-
 double Tquaternion::length() const noexcept { return std::sqrt(norm()); }
 
 Tquaternion& Tquaternion::normalizeIt() noexcept {

@@ -47,7 +47,13 @@ public:
     operator T4dDblMatrix() const noexcept;
 
     /// a then b.
-    friend GRUNDEL_API Tquaternion operator*(const Tquaternion& a, const Tquaternion& b) noexcept;
+    friend Tquaternion operator*(const Tquaternion& a, const Tquaternion& b) noexcept {
+        // The Hamilton product b a: a acts first on a row vector.
+        return Tquaternion(b.w * a.x + a.w * b.x + (b.y * a.z - b.z * a.y),
+                           b.w * a.y + a.w * b.y + (b.z * a.x - b.x * a.z),
+                           b.w * a.z + a.w * b.z + (b.x * a.y - b.y * a.x),
+                           b.w * a.w - (b.x * a.x + b.y * a.y + b.z * a.z));
+    }
     Tquaternion& operator*=(const Tquaternion& b) noexcept { return *this = *this * b; }
     Tquaternion& operator*=(double d) noexcept { return set(x * d, y * d, z * d, w * d); }
     friend Tquaternion operator*(Tquaternion q, double d) noexcept { return q *= d; }

@@ -99,12 +99,15 @@ TrotateXYZ::operator T4dDblMatrix() const noexcept {
 }
 
 TrotateXYZ::operator Tquaternion() const noexcept {
-    static const T4dDblVector* const kAxes[3] = {&T4dDblVector::xAxis, &T4dDblVector::yAxis, &T4dDblVector::zAxis};
+    // Single-axis quaternions written out: no axis to normalise.
     const int* axes = fsOrderMap[effectiveOrder()];
-    Tquaternion q(value(axes[0]), *kAxes[axes[0]]);
-    q *= Tquaternion(value(axes[1]), *kAxes[axes[1]]);
-    q *= Tquaternion(value(axes[2]), *kAxes[axes[2]]);
-    return q;
+    const auto about = [this](int axis) {
+        const double half = value(axis) / 2;
+        Tquaternion q(0, 0, 0, std::cos(half));
+        (axis == 0 ? q.x : axis == 1 ? q.y : q.z) = std::sin(half);
+        return q;
+    };
+    return about(axes[0]) * about(axes[1]) * about(axes[2]);
 }
 
 TrotateXYZ& TrotateXYZ::operator*=(const TrotateXYZ& o) noexcept {
