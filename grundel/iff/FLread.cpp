@@ -64,6 +64,8 @@ Tint32 repairedSize(_FLfile* file, TuInt64 room) {
 // of a file is tolerated. Backwards only where the file can seek.
 int moveTo(_FLfile* file, TuInt64 final, TuInt64 dataEnd) {
     const TuInt64 at = file->io->position();
+    if (at == final)
+        return kFLnoError; // the usual case: the data was read to its end
     if (at > final)
         return file->io->seek(final) ? kFLnoError : kFLfifo;
     if (at < dataEnd && !file->io->skip(dataEnd - at))
