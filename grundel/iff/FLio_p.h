@@ -55,6 +55,13 @@ public:
         }
         return readMore(destination, n);
     }
+    /// The next n bytes, left unread, when the buffer holds them and nothing
+    /// was pushed back; null otherwise.
+    const unsigned char* peek(std::size_t n) const noexcept {
+        return n <= fReadEnd - fReadAt && fPushedBack.empty()
+                   ? reinterpret_cast<const unsigned char*>(fReadBuffer + fReadAt)
+                   : nullptr;
+    }
     /// Pushes n bytes back: the next reads return them first. False when
     /// memory runs out or the position would fall below 0.
     bool unread(const void* source, std::size_t n) noexcept;
