@@ -50,16 +50,12 @@ _FLcontext* gFreeContexts = nullptr;
 
 } // namespace
 
-int classify(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) noexcept {
+int classifyReserved(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) noexcept {
     kind.flags = 0;
     kind.mask = level->mask ? level->mask : 1;
     const bool atRoot = level->parent == nullptr;
     bool matched = false;
-    // Most chunks hold data: no reserved identifier starts with another letter.
-    const char first = static_cast<char>(id >> 24);
-    const bool mayBeReserved = first == 'F' || first == 'C' || first == 'L' || first == 'P' || first == 'G' ||
-                               first == 'I';
-    for (int row = 0; mayBeReserved && row < 4 && !matched; ++row) {
+    for (int row = 0; row < 4 && !matched; ++row) {
         if ((id & 0xFFFFFF00u) != kGroupPrefixes[row] << 8)
             continue;
         for (const Row& variant : kGroups[row])
@@ -76,7 +72,7 @@ int classify(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) no
             return flFail(kFLreservedId);
         break;
     }
-    if (mayBeReserved && !matched) {
+    if (!matched) {
         for (const Row& marker : kMarkers)
             if (marker.id == id) {
                 kind.flags = marker.flags;

@@ -46,12 +46,37 @@ struct FLkind {
     TuInt32 mask = 1;
 };
 
+/// classify() for an identifier that mayBeReserved().
+int classifyReserved(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) noexcept;
+
+/// True when id may be reserved: no reserved identifier starts with another
+/// letter than these, so most data chunks are told apart by one compare.
+inline bool mayBeReserved(TuInt32 id) noexcept {
+    switch (static_cast<char>(id >> 24)) {
+    case 'F':
+    case 'C':
+    case 'L':
+    case 'P':
+    case 'G':
+    case 'I':
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Classifies id for a chunk at level: its kind flags and alignment mask,
 /// and the checks made when a header is begun or read (12 at the root for a
 /// chunk that may not stand there, 14 for a property group outside a list,
 /// 34 for a reserved prefix with a digit). A group's size of 0 becomes
 /// kFLsizePatched. Returns 0 or the code.
-int classify(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) noexcept;
+inline int classify(TuInt32 id, const _FLcontext* level, Tint32& size, FLkind& kind) noexcept {
+    if (mayBeReserved(id))
+        return classifyReserved(id, level, size, kind);
+    kind.flags = kFLkindData;
+    kind.mask = level->mask ? level->mask : 1;
+    return level->parent ? kFLnoError : flFail(kFLbadRoot);
+}
 
 /// 0 when id is a group's identifier; 34 for a reserved group prefix with a
 /// digit (FOR2); 3 for any other identifier. Sets nothing.

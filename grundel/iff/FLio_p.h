@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 namespace grundel::detail {
@@ -36,19 +37,43 @@ public:
     bool inMemory() const noexcept { return fMemory; }
     /// errno of the last failure (0: none, or the end of the data).
     int lastError() const noexcept { return fErrno; }
-    TuInt64 position() const noexcept;
+    TuInt64 position() const noexcept {
+        return fWriting ? fWriteBase + fWriteLength : fReadBase + fReadAt - fPushedBack.size();
+    }
     /// The total length when it is known (files and memory being read).
     bool length(TuInt64& n) const noexcept;
 
     // -- Reading -------------------------------------------------------------
     /// Up to n bytes; fewer at the end of the data or on an error.
-    std::size_t read(void* destination, std::size_t n) noexcept;
+    std::size_t read(void* destination, std::size_t n) noexcept {
+        // Inline while the buffer holds them: a chunk's header and small
+        // data come this way, once per chunk.
+        if (n != 0 && n <= fReadEnd - fReadAt && fPushedBack.empty()) {
+            std::memcpy(destination, fReadBuffer + fReadAt, n);
+            fReadAt += n;
+            return n;
+        }
+        return readMore(destination, n);
+    }
+    /// The next n bytes, left unread, when the buffer holds them and nothing
+    /// was pushed back; null otherwise.
+    const unsigned char* peek(std::size_t n) const noexcept {
+        return n <= fReadEnd - fReadAt && fPushedBack.empty()
+                   ? reinterpret_cast<const unsigned char*>(fReadBuffer + fReadAt)
+                   : nullptr;
+    }
     /// Pushes n bytes back: the next reads return them first. False when
     /// memory runs out or the position would fall below 0.
     bool unread(const void* source, std::size_t n) noexcept;
     /// Moves forward n bytes. False when the data ends first (by seeking past
     /// the known length, or reading to the end of a stream).
-    bool skip(TuInt64 n) noexcept;
+    bool skip(TuInt64 n) noexcept {
+        if (n <= fReadEnd - fReadAt && fPushedBack.empty()) {
+            fReadAt += static_cast<std::size_t>(n);
+            return true;
+        }
+        return skipMore(n);
+    }
     /// Moves to an absolute position: anywhere in memory or a seekable file,
     /// only forward in a stream.
     bool seek(TuInt64 position) noexcept;
@@ -58,7 +83,14 @@ public:
     /// committed; null when it cannot be had.
     char* reserve(std::size_t n) noexcept;
     void commit(std::size_t n) noexcept { fWriteLength += n; }
-    bool write(const void* source, std::size_t n) noexcept;
+    bool write(const void* source, std::size_t n) noexcept {
+        if (n != 0 && n <= fWriteCapacity - fWriteLength) {
+            std::memcpy(fWriteBuffer + fWriteLength, source, n);
+            fWriteLength += n;
+            return true;
+        }
+        return writeMore(source, n);
+    }
     /// Overwrites n bytes written earlier at position.
     bool patch(TuInt64 position, const void* source, std::size_t n) noexcept;
     bool flush() noexcept;
@@ -75,6 +107,10 @@ public:
 private:
     FLio() noexcept = default;
     bool refill() noexcept;
+    // The general cases of read, skip and write.
+    std::size_t readMore(void* destination, std::size_t n) noexcept;
+    bool skipMore(TuInt64 n) noexcept;
+    bool writeMore(const void* source, std::size_t n) noexcept;
     bool growWriteBuffer(std::size_t needed) noexcept;
     bool fail(int error) noexcept;
 

@@ -99,12 +99,6 @@ bool FLio::fail(int error) noexcept {
     return false;
 }
 
-TuInt64 FLio::position() const noexcept {
-    if (fWriting)
-        return fWriteBase + fWriteLength;
-    return fReadBase + fReadAt - fPushedBack.size();
-}
-
 bool FLio::length(TuInt64& n) const noexcept {
     if (fMemory && !fWriting) {
         n = fReadEnd;
@@ -138,7 +132,7 @@ bool FLio::refill() noexcept {
     }
 }
 
-std::size_t FLio::read(void* destination, std::size_t n) noexcept {
+std::size_t FLio::readMore(void* destination, std::size_t n) noexcept {
     if (n == 0)
         return 0;
     char* out = static_cast<char*>(destination);
@@ -195,7 +189,7 @@ bool FLio::unread(const void* source, std::size_t n) noexcept {
     return true;
 }
 
-bool FLio::skip(TuInt64 n) noexcept {
+bool FLio::skipMore(TuInt64 n) noexcept {
     while (n > 0 && !fPushedBack.empty()) {
         fPushedBack.pop_back();
         --n;
@@ -278,7 +272,7 @@ char* FLio::reserve(std::size_t n) noexcept {
     return fWriteBuffer + fWriteLength;
 }
 
-bool FLio::write(const void* source, std::size_t n) noexcept {
+bool FLio::writeMore(const void* source, std::size_t n) noexcept {
     if (n == 0)
         return true;
     if (!fMemory && n >= kBufferSize) {

@@ -37,6 +37,11 @@ void skipStrayZeros(_FLfile* file, const _FLcontext* level, TuInt64 limit) {
     const TuInt64 at = file->io->position();
     if (limit != kFLunknownEnd && (at >= limit || limit - at < 2))
         return;
+    if (const unsigned char* next = file->io->peek(2)) {
+        if (next[0] == 0 && next[1] == 0)
+            file->io->skip(2);
+        return;
+    }
     unsigned char two[2];
     const std::size_t got = file->io->read(two, 2);
     if (got == 2 && two[0] == 0 && two[1] == 0)
@@ -64,6 +69,8 @@ Tint32 repairedSize(_FLfile* file, TuInt64 room) {
 // of a file is tolerated. Backwards only where the file can seek.
 int moveTo(_FLfile* file, TuInt64 final, TuInt64 dataEnd) {
     const TuInt64 at = file->io->position();
+    if (at == final)
+        return kFLnoError; // the usual case: the data was read to its end
     if (at > final)
         return file->io->seek(final) ? kFLnoError : kFLfifo;
     if (at < dataEnd && !file->io->skip(dataEnd - at))

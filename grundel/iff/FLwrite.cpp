@@ -158,9 +158,19 @@ int FLputchunk(_FLfile* file, TuInt32 id, Tint32 size, const void* data) {
         return flFail(kFLbadSize);
     if (const int code = beginChunk(file, id, size))
         return code;
-    if (const int code = FLput(file, data, static_cast<std::size_t>(size)))
+    if (size > 0 && !data)
+        return flFail(kFLbadSize);
+    // beginChunk checked the room for the data and its padding, and the data
+    // is exactly the declared size: what FLput and FLendput would check again
+    // holds, so the bytes go straight out.
+    _FLcontext* level = file->context;
+    const std::size_t n = static_cast<std::size_t>(size);
+    if (const int code = writeBytes(file, data, n))
         return code;
-    return FLendput(file);
+    const std::size_t padding = static_cast<std::size_t>(padded(n, level->chunkMask) - n);
+    const int code = padding ? writeBytes(file, kZeros, padding) : kFLnoError;
+    chunkClosed(file, level);
+    return code;
 }
 
 int FLputchunkTyped(_FLfile* file, TuInt32 id, Tint32 size, const void* data, TuInt32 type) {

@@ -169,6 +169,109 @@ TEST(FLfile, RoundTripThroughFileMemoryAndPipe) {
     EXPECT_TRUE(back[0] == tree);
 }
 
+namespace {
+
+// Writes tree chunk by chunk through FLbgnput, FLput (in two pieces) and
+// FLendput: the general path that FLputchunk shortens.
+int writePiecewise(_FLfile* file, const Node& node) {
+    if (node.isGroup()) {
+        if (int code = FLbgnwgroup(file, node.id, node.type))
+            return code;
+        for (const Node& child : node.children)
+            if (int code = writePiecewise(file, child))
+                return code;
+        return FLendwgroup(file);
+    }
+    const std::size_t half = node.data.size() / 2;
+    if (int code = FLbgnput(file, node.id, static_cast<Tint32>(node.data.size())))
+        return code;
+    if (int code = FLput(file, node.data.data(), half))
+        return code;
+    if (int code = FLput(file, node.data.data() + half, node.data.size() - half))
+        return code;
+    return FLendput(file);
+}
+
+// Groups of each family holding chunks of 0 to 300 bytes, together several
+// times the size of a file's buffer, so that headers and data straddle it at
+// many offsets.
+Node manyChunks() {
+    std::vector<Node> groups;
+    const TuInt32 families[] = {FLmakeid("FORM"), FLmakeid("FOR4"), FLmakeid("FOR8")};
+    for (int g = 0; g < 36; ++g) {
+        std::vector<Node> chunks;
+        for (int c = 0; c < 60; ++c) {
+            const std::size_t n = static_cast<std::size_t>((g * 61 + c * 37) % 301);
+            Bytes data(n);
+            for (std::size_t i = 0; i < n; ++i)
+                data[i] = static_cast<unsigned char>(g + c + i);
+            chunks.push_back(chunk("DATA", data));
+        }
+        Node inner = group("FOR4", "GRUP", std::move(chunks));
+        inner.id = families[g % 3];
+        groups.push_back(std::move(inner));
+    }
+    return group("FOR4", "ROOT", groups);
+}
+
+} // namespace
+
+TEST(FLfile, ManyChunksAcrossBufferBoundaries) {
+    const TiffSpecialNames names; // memory blocks and pipes by name
+    const Node tree = manyChunks();
+    int code = -1;
+    const Bytes whole = writeToMemory(tree, &code);
+    ASSERT_EQ(code, 0);
+    ASSERT_GT(whole.size(), 4u * 65536u);
+
+    // FLputchunk and the piecewise calls give the same bytes.
+    TempFile file;
+    _FLfile* out = FLopen(file.path().c_str(), "w");
+    ASSERT_EQ(writePiecewise(out, tree), 0);
+    ASSERT_EQ(FLclose(out), 0);
+    EXPECT_EQ(file.bytes(), whole);
+
+    for (const std::string& name : {memName(whole.data(), whole.size()), file.path(), "|cat " + file.path()}) {
+        SCOPED_TRACE(name);
+        std::vector<Node> back;
+        ASSERT_EQ(readAll(name, back), 0);
+        ASSERT_EQ(back.size(), 1u);
+        EXPECT_TRUE(back[0] == tree);
+    }
+
+    // Reading one byte of each chunk and skipping the rest.
+    for (const std::string& name : {file.path(), "|cat " + file.path()}) {
+        SCOPED_TRACE(name);
+        _FLfile* in = FLopen(name.c_str(), "r");
+        TuInt32 type = 0, id = 0;
+        Tint32 size = 0;
+        ASSERT_EQ(FLbgnrgroup(in, &type, &size), 0);
+        std::size_t g = 0;
+        while (FLbgnrgroup(in, &type, &size) == 0) {
+            ASSERT_LT(g, tree.children.size());
+            const std::vector<Node>& chunks = tree.children[g].children;
+            std::size_t c = 0;
+            while ((code = FLbgnget(in, &id, &size)) == 0) {
+                ASSERT_LT(c, chunks.size());
+                ASSERT_EQ(static_cast<std::size_t>(size), chunks[c].data.size());
+                unsigned char first = 0;
+                if (size > 0) {
+                    ASSERT_EQ(FLget(in, &first, 1), 0);
+                    EXPECT_EQ(first, chunks[c].data[0]);
+                }
+                ASSERT_EQ(FLendget(in), 0);
+                ++c;
+            }
+            EXPECT_EQ(code, kFLend);
+            EXPECT_EQ(c, chunks.size());
+            ASSERT_EQ(FLendrgroup(in), 0);
+            ++g;
+        }
+        EXPECT_EQ(g, tree.children.size());
+        EXPECT_EQ(FLclose(in), 0);
+    }
+}
+
 TEST(FLfile, LeavingAGroupEarlyResumesAfterIt) {
     const TiffSpecialNames names; // memory blocks, pipes and drivers by name
     const Node tree = group("FORM", "ROOT", {group("FORM", "SKIP", {chunk("AAAA", kXyz), chunk("BBBB", text("12345"))}),
