@@ -254,7 +254,7 @@ PyObject* chunkData(ChunkObject* chunk, WalkObject* walk) {
     // Never allocate what the file cannot hold: small chunks at once, others
     // when the file's length vouches for them, else through the library,
     // which grows its block with what a stream actually delivers.
-    const long length = FLsize(file);
+    const long length = size < kZeroCopyFrom ? 0 : FLsize(file);
     if (size < kZeroCopyFrom || (length >= 0 && TuInt64(size) <= TuInt64(length) &&
                                  file->context->start <= TuInt64(length) - TuInt64(size))) {
         PyObject* bytes = PyBytes_FromStringAndSize(nullptr, size);
