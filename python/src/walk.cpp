@@ -215,8 +215,9 @@ void walkReleaseBuffer(PyObject* self, Py_buffer*) {
 
 PyMethodDef gWalkMethods[] = {
     {"close", walkClose, METH_NOARGS, "Ends the walk and closes the file (views that read() gave stay valid)."},
-    {"__enter__", walkEnter, METH_NOARGS, nullptr},
-    {"__exit__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(walkExit)), METH_FASTCALL, nullptr},
+    {"__enter__", walkEnter, METH_NOARGS, "The walk itself."},
+    {"__exit__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(walkExit)), METH_FASTCALL,
+     "Closes the walk, as close() does."},
     {nullptr, nullptr, 0, nullptr}};
 
 PyType_Slot gWalkSlots[] = {

@@ -123,11 +123,14 @@ void bindWriter(py::module_& module) {
         .def("end", &Group::end,
              "Ends the group, and first any group begun inside it and still open.\n"
              "Nothing when it has ended already. IffError when the library refuses.")
-        .def("__enter__", [](py::object self) { return self; })
-        .def("__exit__", [](Group& group, py::handle, py::handle, py::handle) {
-            group.end();
-            return false;
-        });
+        .def("__enter__", [](py::object self) { return self; }, "The group itself.")
+        .def(
+            "__exit__",
+            [](Group& group, py::handle, py::handle, py::handle) {
+                group.end();
+                return false;
+            },
+            "Ends the group, also when an exception leaves the block (which goes on).");
 
     py::class_<Writer>(module, "Writer",
                        "Writer(name): a chunk file opened for writing; a context manager that closes it.\n\n"
@@ -152,13 +155,17 @@ void bindWriter(py::module_& module) {
         .def_property_readonly("closed", &Writer::closed, "Whether the file is closed.")
         .def_property_readonly("depth", &Writer::depth, "How many groups are open.")
         .def_property_readonly("name", &Writer::name, "The name as given.")
-        .def("__enter__", [](py::object self) { return self; })
-        .def("__exit__", [](Writer& writer, py::handle type, py::handle, py::handle) {
-            // With an exception on its way out, that exception is the news;
-            // the file is still closed as well as it can be.
-            writer.finish(type.is_none());
-            return false;
-        });
+        .def("__enter__", [](py::object self) { return self; }, "The writer itself.")
+        .def(
+            "__exit__",
+            [](Writer& writer, py::handle type, py::handle, py::handle) {
+                // With an exception on its way out, that exception is the
+                // news; the file is still closed as well as it can be.
+                writer.finish(type.is_none());
+                return false;
+            },
+            "Closes the file as close() does; with an exception leaving the block, a\n"
+            "failure to close does not replace it.");
 }
 
 } // namespace grundel::python
