@@ -114,16 +114,6 @@ def test_argument_errors(tmp_path):
     assert [r[1] for r in module_walk(tmp_path / "f.iff")] == ["FORM"]
 
 
-def test_numpy_arrays_are_buffers(tmp_path):
-    numpy = pytest.importorskip("numpy")
-    values = numpy.arange(10, dtype=">f8")
-    path = tmp_path / "f.iff"
-    with grundel.iff.Writer(path) as w, w.group("FOR4", "NUMS"):
-        w.chunk("DBLA", values)
-    data = module_walk(path)[1][5]
-    assert numpy.array_equal(numpy.frombuffer(data, ">f8"), values)
-
-
 def test_writing_to_a_command_is_a_stream_with_end_markers(tmp_path, tool):
     path = tmp_path / "piped.iff"
     grundel.iff.set_special_names(True)
