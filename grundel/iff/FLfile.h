@@ -165,7 +165,8 @@ private:
 /// caller, who frees it with free(). *data is null for other files.
 [[nodiscard]] GRUNDEL_API int FLclosemem(_FLfile* file, void** data, std::size_t* size);
 /// The block of a file in memory (what was written so far, or what is being
-/// read). 0, or 11 "not a file" for a file not in memory.
+/// read, a "mmap:" file's mapping included). 0, or 11 "not a file" for a
+/// file not in memory.
 [[nodiscard]] GRUNDEL_API int FLmeminfo(const _FLfile* file, const void** data, std::size_t* size);
 /// The size of the file: its length when read (-1 when unknown, as for a
 /// stream), the furthest position written when written.

@@ -219,8 +219,11 @@ FLio* openByName(const char* given, bool writing, Tstring& name, TuInt32& flags)
     // makes it a path ("./take:1.aifc", "/scenes/shot:v2.iff").
     if (!mayBeForm || isExistingFile(given) || (colon && std::memchr(given, '/', colon - given)))
         return openPath(given, writing);
-    if (std::strncmp(given, "mmap:", 5) == 0)
+    if (std::strncmp(given, "mmap:", 5) == 0) {
+        if (!writing)
+            flags |= kFLinMemory; // FLmeminfo hands out the mapping
         return openMapped(given + 5, writing);
+    }
     if (!special)
         return openPath(given, writing);
     if (given[0] == '|') {
