@@ -10,6 +10,9 @@
 namespace {
 
 constexpr size_t kMinimumGrowth = 64;
+// No object may be larger than this (pointer differences must fit); sizes
+// beyond it are refused here, the same way under every allocator.
+constexpr size_t kLargest = PTRDIFF_MAX;
 
 void* noMemory() noexcept {
     FLseterror(kFLnoMemory);
@@ -19,7 +22,7 @@ void* noMemory() noexcept {
 // The capacity a growing buffer moves to: at least needed, at least twice
 // the old one (so n appends cost O(n)), 0 when that overflows.
 size_t grownCapacity(size_t capacity, size_t needed) noexcept {
-    size_t target = capacity > SIZE_MAX / 2 ? needed : capacity * 2;
+    size_t target = capacity > kLargest / 2 ? needed : capacity * 2;
     if (target < needed)
         target = needed;
     if (target < kMinimumGrowth)
@@ -30,18 +33,22 @@ size_t grownCapacity(size_t capacity, size_t needed) noexcept {
 } // namespace
 
 void* FLmalloc(size_t size) noexcept {
+    if (size > kLargest)
+        return noMemory();
     void* block = std::malloc(size ? size : 1);
     return block ? block : noMemory();
 }
 
 void* FLcalloc(size_t count, size_t size) noexcept {
-    if (size && count > SIZE_MAX / size)
+    if (size && count > kLargest / size)
         return noMemory();
     void* block = std::calloc(count ? count : 1, size ? size : 1);
     return block ? block : noMemory();
 }
 
 void* FLrealloc(void* block, size_t size) noexcept {
+    if (size > kLargest)
+        return noMemory();
     void* moved = std::realloc(block, size ? size : 1);
     return moved ? moved : noMemory();
 }

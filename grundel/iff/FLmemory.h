@@ -5,8 +5,9 @@
 #include <cstddef>
 
 /// The chunk library's memory routines: the C heap, with every failure
-/// (including a size whose arithmetic overflows) reported as a null result
-/// and code 33 "no memory" in the error variable. Blocks from any of them
+/// (including a size whose arithmetic overflows, and any size above
+/// PTRDIFF_MAX, refused before the allocator is asked) reported as a null
+/// result and code 33 "no memory" in the error variable. Blocks from any of them
 /// are freed with FLfree (or free()).
 
 /// size bytes, uninitialised; a size of 0 gives a distinct block of 0 usable bytes.

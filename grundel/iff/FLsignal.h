@@ -19,7 +19,9 @@
 /// - FLcatchall: both, and SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2, SIGVTALRM,
 ///   SIGPROF, SIGIO, SIGPWR, SIGSTKFLT: every catchable signal whose default
 ///   action ends the process.
-/// - FLsilentcatch: the FLcatchall set, with no message.
+/// - FLsilentcatch: the FLcatchall set, with no message. Silence belongs to
+///   the process: a later FLcatchint, FLcatchcore or FLcatchall turns the
+///   message back on for every caught signal.
 ///
 /// Each returns 0, or -1 with code 40 (and FLoserror()) when the system
 /// refuses a handler. Installing handlers is not thread-safe with respect to

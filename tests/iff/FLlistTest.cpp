@@ -61,7 +61,10 @@ TEST(FLlist, LinksAtHeadTailAndAfterANode) {
     FLfreenode(list->head);
     FLfreenode(list->tail);
     EXPECT_EQ(names(list.get()), "ac");
-    EXPECT_EQ(FLdelnode(FLdelnode(list->head))->list, nullptr) << "a second unlink is harmless";
+    FLnode* a = FLdelnode(FLdelnode(list->head));
+    EXPECT_EQ(a->list, nullptr) << "a second unlink is harmless";
+    EXPECT_EQ(names(list.get()), "c");
+    FLfreenode(a);
 }
 
 TEST(FLlist, LinkingANodeElsewhereTakesItOutOfItsList) {
