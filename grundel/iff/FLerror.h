@@ -44,6 +44,8 @@ enum FLcode : int {
     kFLnoMarker = 35,          ///< "marker not defined"
     kFLio = 40,                ///< "IO error": the message is the saved system error's
     kFLhost = 41,              ///< "host error"
+    kFLbadCall = 42,           ///< "bad function call"
+    kFLnoFilter = 43,          ///< "filter command not found"
 };
 
 /// The calling thread's error variable: the code of its last failure (a

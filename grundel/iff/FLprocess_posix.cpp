@@ -21,9 +21,6 @@ extern char** environ;
 
 namespace {
 
-constexpr int kBadCall = 42;
-constexpr int kNotFound = 43;
-
 int systemFailure(int error) noexcept {
     FLsetoserror(error);
     FLseterror(kFLio);
@@ -88,16 +85,16 @@ int start(const char* program, const char* const argv[], int childIn, int childO
 
 int startProgram(const char* const argv[], int childIn, int childOut) {
     if (!argv || !argv[0] || !argv[0][0])
-        return FLseterror(kBadCall), -1;
+        return FLseterror(kFLbadCall), -1;
     const Tstring program = FLfindcmd(argv[0]);
     if (program.isEmpty())
-        return FLseterror(kNotFound), -1;
+        return FLseterror(kFLnoFilter), -1;
     return start(program.asC(), argv, childIn, childOut);
 }
 
 int startShell(const char* command, int childIn, int childOut) noexcept {
     if (!command || !*command)
-        return FLseterror(kBadCall), -1;
+        return FLseterror(kFLbadCall), -1;
     const char* const argv[] = {"sh", "-c", command, nullptr};
     return start("/bin/sh", argv, childIn, childOut);
 }
@@ -162,7 +159,7 @@ std::FILE* FLpopen(const char* command, const char* mode) {
         return nullptr;
     }
     if (!command || !*command) {
-        FLseterror(kBadCall);
+        FLseterror(kFLbadCall);
         return nullptr;
     }
     const bool reading = mode[0] == 'r';
@@ -210,7 +207,7 @@ int FLpclose(std::FILE* stream) {
         }
     }
     if (pid < 0)
-        return FLseterror(kBadCall), -1;
+        return FLseterror(kFLbadCall), -1;
     std::fclose(stream);
     return FLwait(pid);
 }
@@ -221,7 +218,7 @@ int FLfilter(const char* const argv[], const void* input, size_t length, char** 
     if (outputLength)
         *outputLength = 0;
     if (!output || !outputLength || (length && !input))
-        return FLseterror(kBadCall), -1;
+        return FLseterror(kFLbadCall), -1;
     Fd inRead, inWrite, outRead, outWrite;
     if (!makePipe(inRead, inWrite) || !makePipe(outRead, outWrite))
         return systemFailure(errno);

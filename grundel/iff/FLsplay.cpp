@@ -96,7 +96,7 @@ void* FLsplayfind(FLsplay* tree, const char* key, bool* found) noexcept {
 
 int FLsplayadd(FLsplay* tree, const char* key, void* value) noexcept {
     if (!tree || !key)
-        return FLseterror(42);
+        return FLseterror(kFLbadCall);
     Entry* root = splay(tree->root, key);
     tree->root = root;
     const int order = root ? std::strcmp(key, root->key) : 0;

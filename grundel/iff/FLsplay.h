@@ -31,6 +31,8 @@ GRUNDEL_API void* FLsplayfind(FLsplay* tree, const char* key, bool* found = null
 GRUNDEL_API size_t FLsplaycount(const FLsplay* tree) noexcept;
 /// Calls func for every entry in increasing key order, without reshaping
 /// the tree; a non-zero result stops the walk and is returned (else 0).
+/// The walk threads the tree while it runs: func must not throw, nor use
+/// the tree.
 GRUNDEL_API int FLsplaywalk(const FLsplay* tree, int (*func)(const char* key, void* value, void* data),
                             void* data);
 /// Frees the whole tree: every key, every value through freeValue, the tree.

@@ -43,7 +43,7 @@ TEST(FLprocess, ReportsExitCodesSignalsAndMissingPrograms) {
     EXPECT_EQ(FLsystem("kill -TERM $$"), 128 + SIGTERM);
     FLseterror(0);
     EXPECT_EQ(FLsystem(nullptr), -1);
-    EXPECT_EQ(FLerror(), 42);
+    EXPECT_EQ(FLerror(), kFLbadCall);
 
     const char* const exitFive[] = {"sh", "-c", "exit 5", nullptr};
     EXPECT_EQ(FLexec(exitFive), 5);
@@ -52,10 +52,10 @@ TEST(FLprocess, ReportsExitCodesSignalsAndMissingPrograms) {
     const char* const missing[] = {"grundel-no-such-program", nullptr};
     FLseterror(0);
     EXPECT_EQ(FLexec(missing), -1);
-    EXPECT_EQ(FLerror(), 43);
+    EXPECT_EQ(FLerror(), kFLnoFilter);
     const char* const empty[] = {nullptr};
     EXPECT_EQ(FLexec(empty), -1);
-    EXPECT_EQ(FLerror(), 42);
+    EXPECT_EQ(FLerror(), kFLbadCall);
     EXPECT_EQ(FLexec(nullptr), -1);
 
     const char* const sevens[] = {"sh", "-c", "exit 7", nullptr};
@@ -95,10 +95,10 @@ TEST(FLprocess, PipesReadAndWrite) {
     EXPECT_EQ(FLerror(), kFLbadMode);
     EXPECT_EQ(FLpopen("true", nullptr), nullptr);
     EXPECT_EQ(FLpopen(nullptr, "r"), nullptr);
-    EXPECT_EQ(FLerror(), 42);
+    EXPECT_EQ(FLerror(), kFLbadCall);
     std::FILE* foreign = std::tmpfile();
     EXPECT_EQ(FLpclose(foreign), -1) << "a stream FLpopen did not give";
-    EXPECT_EQ(FLerror(), 42);
+    EXPECT_EQ(FLerror(), kFLbadCall);
     std::fclose(foreign);
 }
 
@@ -127,5 +127,5 @@ TEST(FLprocess, FiltersMoreThanAPipeHoldsEitherWay) {
     EXPECT_EQ(nothing.output, "");
     const Filtered missing = filter({"grundel-no-such-filter"}, "x");
     EXPECT_EQ(missing.status, -1);
-    EXPECT_EQ(FLerror(), 43);
+    EXPECT_EQ(FLerror(), kFLnoFilter);
 }
