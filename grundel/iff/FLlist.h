@@ -19,7 +19,8 @@ struct FLnode {
 };
 
 /// A doubly linked list of FLnode. The list does not own its nodes until
-/// FLclearlist/FLfreelist frees them; range-for walks head to tail. One
+/// FLclearlist/FLfreelist frees them; range-for walks head to tail (the
+/// loop must not unlink the node it is on: the scans below allow that). One
 /// list is used by one thread at a time.
 struct FLlist {
     FLnode* head = nullptr;
