@@ -2,6 +2,7 @@
 
 #include "grundel/iff/FLmessages_p.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -57,6 +58,11 @@ void FLsetprogname(const char* name) noexcept {
     }
 }
 
+Tstring FLgetprogname() {
+    std::lock_guard<std::mutex> guard(gProgramNameLock);
+    return Tstring(gProgramName.c_str());
+}
+
 void FLprgerror(const char* fileName) noexcept {
     if (FLerror() == 0)
         return;
@@ -73,8 +79,51 @@ void FLprgerror(const char* fileName) noexcept {
     FLperror(slash ? slash + 1 : fileName);
 }
 
+namespace {
+
+// The table's row (0 to 31) of a Linux signal, -1 for none. The table
+// follows an older numbering, so it is never indexed by the Linux number.
+int signalRow(int n) noexcept {
+    switch (n) {
+    case SIGHUP: return 0;
+    case SIGINT: return 1;
+    case SIGQUIT: return 2;
+    case SIGILL: return 3;
+    case SIGTRAP: return 4;
+    case SIGABRT: return 5;
+    case SIGFPE: return 7;
+    case SIGKILL: return 8;
+    case SIGBUS: return 9;
+    case SIGSEGV: return 10;
+    case SIGSYS: return 11;
+    case SIGPIPE: return 12;
+    case SIGALRM: return 13;
+    case SIGTERM: return 14;
+    case SIGUSR1: return 15;
+    case SIGUSR2: return 16;
+    case SIGCHLD: return 17;
+    case SIGPWR: return 18;
+    case SIGSTOP: return 19;
+    case SIGTSTP: return 20;
+    case SIGIO: return 22; // also SIGPOLL
+    case SIGURG: return 23;
+    case SIGWINCH: return 24;
+    case SIGVTALRM: return 25;
+    case SIGPROF: return 26;
+    case SIGCONT: return 27;
+    case SIGTTIN: return 28;
+    case SIGTTOU: return 29;
+    case SIGXCPU: return 30;
+    case SIGXFSZ: return 31;
+    default: return -1;
+    }
+}
+
+} // namespace
+
 const char* FLstrsignal(int n) noexcept {
-    return n >= 1 && n <= 32 ? grundel::detail::kSignalNames[n - 1] : "unknown signal";
+    const int row = signalRow(n);
+    return row >= 0 ? grundel::detail::kSignalNames[row] : "unknown signal";
 }
 
 int FLoserror() noexcept { return gOsError; }

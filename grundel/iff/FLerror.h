@@ -1,6 +1,7 @@
 #pragma once
 
 #include "grundel/core/Tapi.h"
+#include "grundel/core/Tstring.h"
 
 /// Result codes of the chunk library. Every FL function leaves the code of
 /// its last failure in the error variable of the calling thread (FLerror()).
@@ -43,6 +44,8 @@ enum FLcode : int {
     kFLnoMarker = 35,          ///< "marker not defined"
     kFLio = 40,                ///< "IO error": the message is the saved system error's
     kFLhost = 41,              ///< "host error"
+    kFLbadCall = 42,           ///< "bad function call"
+    kFLnoFilter = 43,          ///< "filter command not found"
 };
 
 /// The calling thread's error variable: the code of its last failure (a
@@ -63,8 +66,12 @@ GRUNDEL_API void FLperror(const char* prefix) noexcept;
 GRUNDEL_API void FLprgerror(const char* fileName) noexcept;
 /// The name FLprgerror begins with (null: none). The text is copied.
 GRUNDEL_API void FLsetprogname(const char* name) noexcept;
-/// The name of signal n (1 to 32) in the library's table; "unknown signal"
-/// otherwise.
+/// The name set by FLsetprogname; empty when none.
+GRUNDEL_API Tstring FLgetprogname();
+/// The library's word for the Linux signal n ("bus error" for SIGBUS,
+/// "user defined signal 1" for SIGUSR1, "death of of child" for SIGCHLD);
+/// "unknown signal" for a number without one (SIGSTKFLT, real-time signals,
+/// 0, negatives). Async-signal-safe: the signal catchers print through it.
 GRUNDEL_API const char* FLstrsignal(int n) noexcept;
 
 /// The saved operating-system error (an errno value), per thread as well.

@@ -20,11 +20,17 @@ bool isExecutableFile(const char* path) {
     return ::stat(path, &st) == 0 && S_ISREG(st.st_mode) && ::access(path, X_OK) == 0;
 }
 
-// The first directory of list (":"-separated) holding an executable name;
-// returns the directory with a trailing "/" or empty. An empty entry stands
-// for the current directory; with absoluteOnly, it and every relative entry
-// are passed over.
-Tstring searchIn(const Tstring& list, const char* name, bool absoluteOnly) {
+bool isReadableFile(const char* path) {
+    struct stat st;
+    return ::stat(path, &st) == 0 && S_ISREG(st.st_mode) && ::access(path, R_OK) == 0;
+}
+
+// The first directory of list (":"-separated) holding name that passes
+// accept (by default: an executable file); returns the directory with a
+// trailing "/" or empty. An empty entry stands for the current directory;
+// with absoluteOnly, it and every relative entry are passed over.
+Tstring searchIn(const Tstring& list, const char* name, bool absoluteOnly,
+                 bool (*accept)(const char*) = isExecutableFile) {
     const char* p = list.asC();
     while (*p) {
         const char* end = std::strchr(p, ':');
@@ -38,7 +44,7 @@ Tstring searchIn(const Tstring& list, const char* name, bool absoluteOnly) {
             directory = ".";
         if (directory[directory.length() - 1] != '/')
             directory += '/';
-        if (isExecutableFile((directory + name).asC()))
+        if (accept((directory + name).asC()))
             return directory;
     }
     return Tstring();
@@ -116,4 +122,46 @@ const char* FLbasename(const char* path) noexcept {
         return "";
     const char* slash = std::strrchr(path, '/');
     return slash ? slash + 1 : path;
+}
+
+Tstring FLfindfile(const char* name, const char* path) {
+    if (!name || !*name)
+        return Tstring();
+    if (std::strchr(name, '/'))
+        return isReadableFile(name) ? Tstring(name) : Tstring();
+    const Tstring directory = searchIn(path ? Tstring(path) : libraryPath(), name, false, isReadableFile);
+    return directory.isEmpty() ? directory : directory + name;
+}
+
+Tstring FLmakepath(const char* directory, const char* name, const char* extension) {
+    Tstring path;
+    if (directory && *directory && !(name && name[0] == '/')) {
+        path = directory;
+        if (path[path.length() - 1] != '/')
+            path += '/';
+    }
+    if (name)
+        path += name;
+    if (extension && *extension) {
+        if (extension[0] != '.')
+            path += '.';
+        path += extension;
+    }
+    return path;
+}
+
+const char* FLgetext(const char* path) noexcept {
+    const char* component = FLbasename(path);
+    while (*component == '.')
+        ++component;
+    const char* dot = std::strrchr(component, '.');
+    return dot ? dot + 1 : component + std::strlen(component);
+}
+
+bool FLcheckext(const char* path, const char* extension) noexcept {
+    if (!extension)
+        extension = "";
+    if (*extension == '.')
+        ++extension;
+    return std::strcmp(FLgetext(path), extension) == 0;
 }
