@@ -15,13 +15,13 @@ bool isBlank(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c =
 bool isNameStart(char c) noexcept { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
 bool isNameChar(char c) noexcept { return isNameStart(c) || (c >= '0' && c <= '9'); }
 
-// Reads a whole regular file of at most limit bytes into text. ENOENT is
-// reported through missing.
+// Reads a whole regular file of at most limit bytes into text. A path that
+// names nothing is reported through missing.
 bool readSmallFile(const char* path, TuInt32 limit, std::string& text, bool& missing) {
     missing = false;
     const int fd = path ? ::open(path, O_RDONLY | O_CLOEXEC) : -1;
     if (fd < 0) {
-        missing = path && errno == ENOENT;
+        missing = path && (errno == ENOENT || errno == ENOTDIR);
         return false;
     }
     struct stat st;

@@ -45,7 +45,8 @@ public:
     /// malformed lines.
     int parse(std::string_view text, Lookup lookup = nullptr, void* context = nullptr);
 
-    /// Reads the file at path. A missing file is an empty file: true. False,
+    /// Reads the file at path. A missing file (or a missing directory on
+    /// the way) is an empty file: true. False,
     /// with the contents emptied, when it cannot be read or is larger than
     /// kMaxFileBytes.
     [[nodiscard]] bool read(const char* path, Lookup lookup = nullptr, void* context = nullptr);
