@@ -307,7 +307,7 @@ TEST_F(EnvironmentFixture, AppDirThatIsAFile) {
     EXPECT_FALSE(init());
 }
 
-TEST_F(EnvironmentFixture, AppDirThatCannotBeMadeOrWritten) {
+TEST_F(EnvironmentFixture, AppDirThatCannotBeMade) {
     const std::string unwritableMessage =
         "Unable to locate valid VORN_APP_DIR. Please specify a writable directory where Vorn can store user data.";
     writeFile(dir.file("plain"), "x");
@@ -317,17 +317,19 @@ TEST_F(EnvironmentFixture, AppDirThatCannotBeMadeOrWritten) {
     ASSERT_EQ(messages.size(), 2u);
     EXPECT_EQ(messages[0], unwritableMessage);
     EXPECT_TRUE(questions[1]);
+}
 
+TEST_F(EnvironmentFixture, AppDirThatIsNotWritable) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "permission bits do not stop root";
-    TVornEnvironment::reset();
-    messages.clear();
+    answerExit = true;
     const std::string locked = dir.file("locked");
     ::mkdir(locked.c_str(), 0500);
     ::setenv("VORN_APP_DIR", locked.c_str(), 1);
     EXPECT_FALSE(init());
     ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0], unwritableMessage);
+    EXPECT_EQ(messages[0], "Unable to locate valid VORN_APP_DIR. Please specify a writable directory where Vorn "
+                           "can store user data.");
     ::chmod(locked.c_str(), 0700);
 }
 
