@@ -440,11 +440,11 @@ bool TVornEnvironment::setEnvironmentVariable(const char* name, const char* valu
         return setVORN_LOCATION(true);
     if (n == "VORN_SCRIPT_BASE" || n == "VORN_HELP_URL") {
         // Plain values: the process's own, else the file's, else the default.
-        if (!isSet(name))
-            put(name, value && *value ? value
-                                      : (n == "VORN_SCRIPT_BASE" ? Tstring(getOrEmpty("VORN_LOCATION"))
-                                                                 : defaultHelpUrl(getOrEmpty("VORN_LOCATION")))
-                                            .asC());
+        if (isSet(name))
+            return true;
+        const char* location = getOrEmpty("VORN_LOCATION");
+        const Tstring fallback = n == "VORN_SCRIPT_BASE" ? Tstring(location) : defaultHelpUrl(location);
+        put(name, value && *value ? value : fallback.asC());
         return true;
     }
     Tstring defaults;
