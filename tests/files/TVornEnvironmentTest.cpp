@@ -157,15 +157,15 @@ TEST_F(EnvironmentFixture, ShelfPathStandsAfterTheFifthScriptEntry) {
     EXPECT_EQ(scripts[7], app + "/7.5/prefs/shelves");
 }
 
-TEST_F(EnvironmentFixture, PathStartsWithTheInstallationByDefault) {
+TEST_F(EnvironmentFixture, BothPathOrders) {
+    // Normally the installation comes first; the old ordering puts it last.
     writeUserFile("PATH = /mine\n");
     ASSERT_TRUE(init());
     EXPECT_EQ(env("PATH"), location + "/bin/Cg:" + location + "/bin:/usr/bin:/bin:/mine");
-}
 
-TEST_F(EnvironmentFixture, OldPathOrderingPutsTheInstallationLast) {
+    TVornEnvironment::reset();
+    ::setenv("PATH", "/usr/bin:/bin", 1);
     ::setenv("VORN_PRE_70_PATH_ORDERING", "", 1);
-    writeUserFile("PATH = /mine\n");
     ASSERT_TRUE(init());
     EXPECT_EQ(env("PATH"), "/usr/bin:/bin:/mine:" + location + "/bin/Cg:" + location + "/bin");
 }
