@@ -1,54 +1,16 @@
 #include "grundel/files/TenvironmentFile.h"
 
 #include "grundel/core/VornEnv.h"
+#include "grundel/files/TtextFile_p.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 bool isBlank(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 bool isNameStart(char c) noexcept { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_'; }
 bool isNameChar(char c) noexcept { return isNameStart(c) || (c >= '0' && c <= '9'); }
-
-// Reads a whole regular file of at most limit bytes into text. A path that
-// names nothing is reported through missing.
-bool readSmallFile(const char* path, TuInt32 limit, std::string& text, bool& missing) {
-    missing = false;
-    const int fd = path ? ::open(path, O_RDONLY | O_CLOEXEC) : -1;
-    if (fd < 0) {
-        missing = path && (errno == ENOENT || errno == ENOTDIR);
-        return false;
-    }
-    struct stat st;
-    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size <= off_t(limit);
-    std::size_t have = 0;
-    if (ok) {
-        // One byte beyond the cap shows a file that grew after fstat.
-        text.resize(std::size_t(limit) + 1);
-        for (;;) {
-            const ssize_t n = ::read(fd, &text[have], text.size() - have);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n < 0)
-                ok = false;
-            if (n <= 0)
-                break;
-            have += std::size_t(n);
-            if (have == text.size()) {
-                ok = false;
-                break;
-            }
-        }
-    }
-    ::close(fd);
-    text.resize(ok ? have : 0);
-    return ok;
-}
 
 } // namespace
 
@@ -170,11 +132,9 @@ int TenvironmentFile::parse(std::string_view text, Lookup lookup, void* context)
 
 bool TenvironmentFile::read(const char* path, Lookup lookup, void* context) {
     std::string text;
-    bool missing = false;
-    if (!readSmallFile(path, kMaxFileBytes, text, missing)) {
-        clear();
-        return missing;
-    }
-    parse(text, lookup, context);
-    return true;
+    const auto result = grundel::detail::readTextFile(path, kMaxFileBytes, text);
+    clear();
+    if (result == grundel::detail::TextFileRead::ok)
+        parse(text, lookup, context);
+    return result != grundel::detail::TextFileRead::failed;
 }

@@ -2,14 +2,11 @@
 
 #include "grundel/core/VornEnv.h"
 #include "grundel/files/TsafeFileSave.h"
+#include "grundel/files/TtextFile_p.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <mutex>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -142,47 +139,10 @@ int TsettingsStore::parse(std::string_view text) {
 
 bool TsettingsStore::load(const char* path) {
     std::string text;
-    bool ok = path != nullptr;
-    if (ok) {
-        const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-        if (fd < 0) {
-            ok = errno == ENOENT;
-        } else {
-            struct stat st;
-            ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size <= off_t(kMaxFileBytes);
-            if (ok) {
-                // Read to the end, never past the cap, whatever the size said.
-                text.resize(std::size_t(st.st_size) + 1);
-                std::size_t have = 0;
-                for (;;) {
-                    if (have == text.size()) {
-                        if (text.size() > kMaxFileBytes) {
-                            ok = false;
-                            break;
-                        }
-                        text.resize(std::min<std::size_t>(text.size() * 2, std::size_t(kMaxFileBytes) + 1));
-                    }
-                    const ssize_t n = ::read(fd, &text[have], text.size() - have);
-                    if (n < 0 && errno == EINTR)
-                        continue;
-                    if (n < 0)
-                        ok = false;
-                    if (n <= 0)
-                        break;
-                    have += std::size_t(n);
-                }
-                text.resize(have);
-            }
-            ::close(fd);
-        }
-    }
+    const auto result = grundel::detail::readTextFile(path, kMaxFileBytes, text);
     std::lock_guard<std::mutex> lock(fData->mutex);
-    if (!ok) {
-        fData->reset();
-        return false;
-    }
     fData->parseLocked(text);
-    return true;
+    return result != grundel::detail::TextFileRead::failed;
 }
 
 Tstring TsettingsStore::text() const {

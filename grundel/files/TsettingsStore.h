@@ -51,9 +51,10 @@ public:
     /// lines skipped as malformed. Time and memory are linear in the text.
     int parse(std::string_view text);
 
-    /// Replaces the contents by the file at path. A missing file gives an
-    /// empty store and true. False, with the store emptied, when the file
-    /// cannot be read or is larger than kMaxFileBytes.
+    /// Replaces the contents by the file at path. A missing file (or a
+    /// missing directory on the way) gives an empty store and true. False,
+    /// with the store emptied, when the file cannot be read or is larger
+    /// than kMaxFileBytes.
     [[nodiscard]] bool load(const char* path);
 
     /// Writes the store to path with a safe save (the old file survives any
