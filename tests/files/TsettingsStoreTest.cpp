@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -121,4 +123,27 @@ TEST(TsettingsStore, DefaultLocation) {
     ::unsetenv("XDG_CONFIG_HOME");
     ::unsetenv("HOME");
     EXPECT_TRUE(TsettingsStore::sDefaultLocation().isEmpty());
+}
+
+TEST(TsettingsStore, ThreadsShareOneStore) {
+    TsettingsStore store;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&store, t] {
+            const std::string key = "K" + std::to_string(t % 2);
+            for (int i = 0; i < 500; ++i) {
+                const std::string name = "n" + std::to_string(i % 50);
+                EXPECT_TRUE(store.setValue(key.c_str(), name.c_str(), std::to_string(i).c_str()));
+                Tstring value;
+                EXPECT_TRUE(store.readValue(key.c_str(), name.c_str(), value));
+                if (i % 100 == 0)
+                    store.text();
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    // Both threads of a key ended on the same last values.
+    Tstring value;
+    ASSERT_TRUE(store.readValue("K1", "n49", value));
+    EXPECT_STREQ(value.asC(), "499");
 }
