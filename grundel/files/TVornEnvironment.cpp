@@ -205,6 +205,8 @@ bool TVornEnvironment::initializeVornEnvironment(bool readUserFile) {
 
 const Tstring& TVornEnvironment::vornEnvFileLocation() noexcept { return state().fsVornEnvLocation; }
 
+bool TVornEnvironment::environmentFileIsRead() noexcept { return state().fEnvironmentFileIsRead; }
+
 void TVornEnvironment::splitPath(const Tstring& path, TstringArray& entries) { path.split(':', entries); }
 
 TVornEnvironment::Prompt TVornEnvironment::setPrompt(Prompt prompt, void* context) noexcept {

@@ -51,6 +51,10 @@ public:
     /// the application directory is known.
     static const Tstring& vornEnvFileLocation() noexcept;
 
+    /// Whether the user's environment file was read (a missing file counts
+    /// as read; false when initializeVornEnvironment skipped it).
+    static bool environmentFileIsRead() noexcept;
+
     /// Appends to entries each non-empty entry of a ":"-separated path list.
     static void splitPath(const Tstring& path, TstringArray& entries);
 

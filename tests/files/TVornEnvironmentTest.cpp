@@ -211,6 +211,7 @@ TEST_F(EnvironmentFixture, DefaultsSwitchCountsOnlyAfterTheProgramName) {
 TEST_F(EnvironmentFixture, UserFileLocationAndProblems) {
     writeUserFile("GRUNDEL_TEST_FROM_FILE = ${HOME}/x:${UNTERMINATED\nnot a setting\n");
     ASSERT_TRUE(init());
+    EXPECT_TRUE(TVornEnvironment::environmentFileIsRead());
     EXPECT_EQ(TVornEnvironment::vornEnvFileLocation().asC(), app + "/Vorn.env");
     EXPECT_EQ(env("GRUNDEL_TEST_FROM_FILE"), home + "/x:${UNTERMINATED");
     ASSERT_EQ(messages.size(), 1u);
@@ -221,6 +222,7 @@ TEST_F(EnvironmentFixture, UserFileLocationAndProblems) {
 TEST_F(EnvironmentFixture, UserFileCanBeSkipped) {
     writeUserFile("GRUNDEL_TEST_FROM_FILE = file\nVORN_MODULE_PATH = /mine\n");
     ASSERT_TRUE(init(false));
+    EXPECT_FALSE(TVornEnvironment::environmentFileIsRead());
     EXPECT_EQ(env("GRUNDEL_TEST_FROM_FILE"), "<unset>");
     EXPECT_EQ(entries("VORN_MODULE_PATH")[0], app + "/7.5/modules");
 }
