@@ -55,8 +55,8 @@ Tstring TargList::join(int first) const {
     return Tstring(std::string_view(line));
 }
 
-Tstring TargList::quote(std::string_view argument) {
-    bool plain = !argument.empty() && argument.front() != '"';
+Tstring TargList::quote(std::string_view argument, bool always) {
+    bool plain = !always && !argument.empty() && argument.front() != '"';
     for (char c : argument)
         plain = plain && !isBlank(c);
     if (plain)

@@ -39,9 +39,9 @@ public:
     /// by single spaces.
     Tstring join(int first = 0) const;
     /// argument as it stands when it needs no quotes (not empty, no blank,
-    /// no double quote at its start); otherwise in double quotes with its
-    /// quotes and backslashes escaped.
-    static Tstring quote(std::string_view argument);
+    /// no double quote at its start) and always is false; otherwise in
+    /// double quotes with its quotes and backslashes escaped.
+    static Tstring quote(std::string_view argument, bool always = false);
 
 private:
     TstringArray fArgs;

@@ -99,9 +99,10 @@ int Tdata::writeASCII(Tfile& file, int hint, bool withType) const {
             return 0;
         int result = 0;
         if (withType) {
-            result |= file.putString("-type \"");
-            result |= file.putString(fPayload.fLetter->typeName().view());
-            result |= file.putString("\" ");
+            // Always in quotes; a quote or backslash in the name escaped.
+            result |= file.putString("-type ");
+            result |= file.putString(TargList::quote(fPayload.fLetter->typeName().view(), true).view());
+            result |= file.putChar(' ');
         }
         result |= fPayload.fLetter->writeASCII(file, hint);
         return result == 0 ? 0 : -1;

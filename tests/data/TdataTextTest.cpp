@@ -164,6 +164,14 @@ TEST(TdataText, UnknownTypesKeepTheRestOfTheLine) {
     for (int i = 0; i < args.count(); ++i)
         EXPECT_EQ(again[i], args[i]) << i;
 
+    // A type name with a quote in it is escaped within its quotes.
+    const TargList odd("-type Tdata\"1 x");
+    index = 0;
+    ASSERT_EQ(read.readASCII(odd, index), 0);
+    EXPECT_EQ(textOf(read, 0, true), "-type \"Tdata\\\"1\"  x");
+    const TargList oddAgain(textOf(read, 0, true));
+    EXPECT_EQ(oddAgain[1], "Tdata\"1");
+
     // A type with nothing after it is an unknown with no text.
     const TargList bare("-type mystery");
     index = 0;
