@@ -111,16 +111,6 @@ Tdata::Tdata(TdataLetter* letter) noexcept : fFlags(kHolder) {
         letter->reference();
 }
 
-Tdata::Tdata(const Tdata& other) : fFlags(kNumeric) {
-    fPayload.fBits = 0;
-    copyFrom(other);
-}
-
-Tdata::Tdata(Tdata&& other) noexcept : fFlags(other.fFlags), fPayload(other.fPayload) {
-    other.fFlags = kNumeric;
-    other.fPayload.fDouble = 0.0;
-}
-
 Tdata& Tdata::operator=(const Tdata& other) {
     if (this != &other) {
         Tdata taken(other);
@@ -129,33 +119,16 @@ Tdata& Tdata::operator=(const Tdata& other) {
     return *this;
 }
 
-Tdata& Tdata::operator=(Tdata&& other) noexcept {
-    if (this != &other) {
-        releaseLetter();
-        fFlags = other.fFlags;
-        fPayload = other.fPayload;
-        other.fFlags = kNumeric;
-        other.fPayload.fDouble = 0.0;
-    }
-    return *this;
-}
 
-Tdata::~Tdata() { releaseLetter(); }
 
-void Tdata::copyFrom(const Tdata& other) {
-    TdataLetter* letter = other.letter();
-    if (!letter) {
-        fFlags = other.fFlags & kPublicFlags;
-        fPayload = other.fPayload;
-        return;
-    }
+void Tdata::shareLetterOf(const Tdata& other) {
+    TdataLetter* letter = other.fPayload.fLetter;
     // A letter someone writes through is not shared: the copy gets its own.
     if (letter->hasWriter())
         if (TdataLetter* own = letter->copy())
             letter = own;
     letter->reference();
-    fFlags = (other.fFlags & kPublicFlags) | kHolder;
-    fPayload.fBits = 0;
+    fFlags |= kHolder;
     fPayload.fLetter = letter;
 }
 
@@ -169,13 +142,6 @@ void Tdata::releaseLetter() noexcept {
     }
     fFlags &= ~kWriter;
     fPayload.fBits = 0;
-}
-
-Tdata& Tdata::operator=(double value) noexcept {
-    releaseLetter();
-    fPayload.fDouble = value;
-    fFlags = (fFlags & kFromCache) | kNumeric | kHolder;
-    return *this;
 }
 
 Tdata& Tdata::operator=(TanimTime time) noexcept {

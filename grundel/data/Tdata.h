@@ -76,16 +76,42 @@ public:
     /// Text is not a value (it would otherwise become a boolean).
     Tdata(const char*) = delete;
 
-    Tdata(const Tdata& other);
-    Tdata(Tdata&& other) noexcept;
+    // Immediates are copied and dropped inline; letters go out of line.
+    Tdata(const Tdata& other) : fFlags(other.fFlags & kPublicFlags), fPayload(other.fPayload) {
+        if (other.holdsLetter())
+            shareLetterOf(other);
+    }
+    Tdata(Tdata&& other) noexcept : fFlags(other.fFlags), fPayload(other.fPayload) {
+        other.fFlags = kNumeric;
+        other.fPayload.fDouble = 0.0;
+    }
     Tdata& operator=(const Tdata& other);
-    Tdata& operator=(Tdata&& other) noexcept;
+    Tdata& operator=(Tdata&& other) noexcept {
+        if (this != &other) {
+            if (holdsLetter())
+                releaseLetter();
+            fFlags = other.fFlags;
+            fPayload = other.fPayload;
+            other.fFlags = kNumeric;
+            other.fPayload.fDouble = 0.0;
+        }
+        return *this;
+    }
     /// Releases a held letter.
-    ~Tdata();
+    ~Tdata() {
+        if (holdsLetter())
+            releaseLetter();
+    }
 
     /// Assignment from a plain value releases a held letter, stores the
     /// value and sets the value's flags and kHolder (kFromCache stays).
-    Tdata& operator=(double value) noexcept;
+    Tdata& operator=(double value) noexcept {
+        if (holdsLetter())
+            releaseLetter();
+        fPayload.fDouble = value;
+        fFlags = (fFlags & kFromCache) | kNumeric | kHolder;
+        return *this;
+    }
     Tdata& operator=(bool value) noexcept { return *this = value ? 1.0 : 0.0; }
     Tdata& operator=(int value) noexcept { return *this = double(value); }
     Tdata& operator=(short value) noexcept { return *this = double(value); }
@@ -236,8 +262,10 @@ private:
     /// Lets go of the letter as the assignments do: unreferenced when held,
     /// merely forgotten otherwise.
     void releaseLetter() noexcept;
-    /// Takes other's letter (or immediate) as a copy does.
-    void copyFrom(const Tdata& other);
+    bool holdsLetter() const noexcept { return !(fFlags & (kNumeric | kAnimTime)) && fPayload.fLetter; }
+    /// Takes a reference on other's letter (a copy of it when it has a
+    /// writer), after the flags and payload were copied.
+    void shareLetterOf(const Tdata& other);
     double convertToDoubleValue() const;
 
     TuInt32 fFlags;

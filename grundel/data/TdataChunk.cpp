@@ -84,9 +84,18 @@ int TdataChunk::read(TiffFile& file, Tdata& value, TiffTag* tag) {
         (void)file.endGet();
         return FLseterror(kFLbadSize);
     }
-    static const char kNothing = 0;
-    const void* bytes = size > 0 ? file.beginRead(std::size_t(size)) : &kNothing;
-    if (!bytes) {
+    // Small chunks (every immediate and tuple) are read into a buffer here,
+    // which spares beginRead's look at the file's size; larger ones go
+    // through beginRead, which checks the size against the file before it
+    // takes memory.
+    char small[256];
+    const void* bytes = small;
+    if (std::size_t(size) <= sizeof small) {
+        if (const int code = size > 0 ? file.get(small, std::size_t(size)) : 0) {
+            (void)file.endGet();
+            return code;
+        }
+    } else if (!(bytes = file.beginRead(std::size_t(size)))) {
         const int code = file.error();
         (void)file.endGet();
         return code;

@@ -96,6 +96,7 @@ TEST(TdataChunk, UnknownAndRefusedChunksRoundTripTheirBytesExactly) {
         {"DBLE", {1, 2, 3, 4, 5}, TdataChunk::kRefused},    // neither a double nor a time
         {"DBLE", {}, TdataChunk::kRefused},
         {"UNKN", {9, 9}, TdataChunk::kRead},
+        {"BIG ", Bytes(1000, 0xA5), TdataChunk::kRead}, // beyond the small-chunk buffer
     };
     for (const auto& c : cases) {
         const Bytes original = chunkFile(c.tag, c.payload);
@@ -149,6 +150,17 @@ TEST(TdataChunk, ReadBinaryConsumesNothingWhenShort) {
     ASSERT_EQ(address.readBinary(Tdata::kTag, remaining, cursor), 0);
     EXPECT_EQ(address.addrValue(), nullptr);
     EXPECT_EQ(remaining, 8u); // it reads nothing
+}
+
+TEST(TdataChunk, TruncatedFilesGiveTheLibrarysCodeAndLeaveTheValue) {
+    for (const std::size_t payload : {std::size_t(8), std::size_t(600)}) {
+        Bytes file = chunkFile("ZZZZ", Bytes(payload, 1));
+        file.resize(file.size() - 5); // the chunk claims more than is there
+        ReadResult read = readFirst(file);
+        EXPECT_TRUE(read.code == kFLincomplete || read.code == kFLpastBoundary) << payload << ": " << read.code;
+        EXPECT_TRUE(read.value.isNumeric());
+        EXPECT_EQ(read.value.doubleValue(), 0.0);
+    }
 }
 
 TEST(TdataChunk, ReadStopsAtGroupsAndTheEnd) {
