@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <variant>
 
@@ -205,5 +206,25 @@ void BM_NewSharedValue(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(BM_NewSharedValue, Tdata);
 BENCHMARK_TEMPLATE(BM_NewSharedValue, Variant);
+
+// The same two cases once a second thread has run. libstdc++'s shared_ptr
+// counts without atomic instructions while the process has only ever had
+// one thread; from the first thread on it uses them, as Tdata always does.
+// Registered last, since the process stays multi-threaded afterwards.
+template <class Impl>
+void BM_SharedValueThreaded(benchmark::State& state) {
+    std::thread([] {}).join();
+    BM_SharedValue<Impl>(state);
+}
+BENCHMARK_TEMPLATE(BM_SharedValueThreaded, Tdata);
+BENCHMARK_TEMPLATE(BM_SharedValueThreaded, Variant);
+
+template <class Impl>
+void BM_NewSharedValueThreaded(benchmark::State& state) {
+    std::thread([] {}).join();
+    BM_NewSharedValue<Impl>(state);
+}
+BENCHMARK_TEMPLATE(BM_NewSharedValueThreaded, Tdata);
+BENCHMARK_TEMPLATE(BM_NewSharedValueThreaded, Variant);
 
 } // namespace
