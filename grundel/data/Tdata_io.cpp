@@ -4,6 +4,7 @@
 #include "grundel/core/TargList.h"
 #include "grundel/core/Tfile.h"
 #include "grundel/data/TdataLetter.h"
+#include "grundel/data/TdataUnknown.h"
 #include "grundel/data/TmetaLetter.h"
 #include "grundel/iff/TiffFile.h"
 #include "grundel/time/TangleUnit.h"
@@ -142,6 +143,10 @@ int Tdata::readASCII(const TargList& args, int& index, unsigned int flags) {
         if (!made)
             return -1;
         Tdata read(made);
+        // The unknown class's own name made it too: keep the name all the same.
+        if (auto* unknown = static_cast<TdataUnknown*>(made->cast(&TdataUnknown::fsMetaclass)))
+            if (unknown->typeName().isEmpty())
+                unknown->setTypeName(Tstring(name));
         if (made->readASCII(args, at, flags) != 0)
             return -1;
         *this = std::move(read);

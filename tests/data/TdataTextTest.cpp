@@ -172,6 +172,12 @@ TEST(TdataText, UnknownTypesKeepTheRestOfTheLine) {
     const TargList oddAgain(textOf(read, 0, true));
     EXPECT_EQ(oddAgain[1], "Tdata\"1");
 
+    // The unknown class's own name is kept too.
+    const TargList named("-type TdataUnknown 1 2");
+    index = 0;
+    ASSERT_EQ(read.readASCII(named, index), 0);
+    EXPECT_EQ(textOf(read, 0, true), "-type \"TdataUnknown\"  1 2");
+
     // A type with nothing after it is an unknown with no text.
     const TargList bare("-type mystery");
     index = 0;
