@@ -71,11 +71,6 @@ TEST(TmultiSharedObject, MakeUniqueCopiesOnlyWhatOthersHold) {
     Tcounted* none = nullptr;
     EXPECT_EQ(TmultiSharedObject::sMakeUnique(none), nullptr);
 
-    Tcounted writers(0, &live);
-    EXPECT_EQ(writers.removeWriter(), 0);
-    EXPECT_EQ(writers.addWriter(), 1);
-    EXPECT_EQ(writers.removeWriter(), 0);
-    EXPECT_EQ(writers.removeWriter(), 0);
 }
 
 TEST(TmultiSharedObject, ThreadsSharingOneObjectDeleteItOnce) {

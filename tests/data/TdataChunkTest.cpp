@@ -51,14 +51,6 @@ TEST(TdataChunk, AddressesAndNULLWriteNothing) {
               empty);
     EXPECT_EQ(writeToMemory([&](TiffFile& out) { EXPECT_EQ(TdataChunk::write(out, Tdata(TuInt64(5))), -1); }), empty);
     EXPECT_EQ(writeToMemory([](TiffFile& out) { EXPECT_EQ(TdataChunk::write(out, Tdata::fsNULL), 0); }), empty);
-    // Straight to the envelope, too.
-    writeToMemory([&](TiffFile& out) {
-        ASSERT_EQ(out.beginPut(TiffTag("ADDR"), -1), 0);
-        EXPECT_EQ(Tdata(static_cast<void*>(&object)).writeBinary(out), -1);
-        EXPECT_EQ(Tdata::fsNULL.writeBinary(out), 0);
-        EXPECT_EQ(out.tell() >= 0, true);
-        ASSERT_EQ(out.endPut(), 0);
-    });
 }
 
 TEST(TdataChunk, ValuesComeBackThroughTheRegistry) {

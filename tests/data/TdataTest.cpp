@@ -201,10 +201,6 @@ TEST(Tdata, KindsOfValueAndDefaultLetterOperations) {
     EXPECT_THROW((void)(plain < plain), TincompatibleData);
     EXPECT_THROW(plain += Tdata(1.0), TincompatibleData);
     EXPECT_THROW((void)(plain / plain), TincompatibleData);
-    EXPECT_EQ(plain.doubleValue(), 0.0);
-    EXPECT_EQ(plain.typeName(), "TdataLetter");
-    EXPECT_EQ(plain.apiType(), kApiData);
-    EXPECT_TRUE(plain.apiHasReferenceCounting());
     TargList args("1");
     int index = 0;
     TuInt32 remaining = 0;
