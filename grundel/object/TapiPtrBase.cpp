@@ -6,6 +6,7 @@ const char* TapiPtrBase::apiTypeString() const noexcept {
     switch (apiType()) {
     case kApiNamedObject: return "named object";
     case kApiNamespace: return "namespace";
+    case kApiData: return "data";
     default: return "invalid";
     }
 }

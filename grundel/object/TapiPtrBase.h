@@ -6,7 +6,8 @@
 enum TapiType : int {
     kApiInvalid = 0, ///< not wrapped for plug-ins
     kApiNamedObject, ///< a named object
-    kApiNamespace    ///< a namespace
+    kApiNamespace,   ///< a namespace
+    kApiData         ///< a typed-data letter
 };
 
 /// The base through which the application's plug-in interface wraps internal

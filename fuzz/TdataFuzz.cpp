@@ -1,0 +1,138 @@
+// Arbitrary bytes to the typed-data readers. The first byte picks the way:
+// 0, a chunk's tag (4 bytes) and payload for TdataChunk::decode; 1, a whole
+// chunk file read value by value with TdataChunk::read; 2, a line of text
+// for Tdata::readASCII into a number, a time or an address envelope.
+// Whatever is read must write back and read again; kept chunks must come
+// back byte for byte.
+#include <grundel/grundel.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+void check(bool ok, const char* what) {
+    if (!ok) {
+        std::fprintf(stderr, "typed-data fuzz: %s\n", what);
+        std::abort();
+    }
+}
+
+// The payload of the single chunk of a "mem:" file written by write().
+std::string rewrittenPayload(const Tdata& value, int& code) {
+    const TiffSpecialNames names;
+    TiffFile out("mem:", "w");
+    if (out.beginWriteGroup(TiffTag("FORM"), TiffTag("FUZZ")) != 0)
+        return code = -2, std::string();
+    code = TdataChunk::write(out, value);
+    (void)out.endWriteGroup();
+    const void* data = nullptr;
+    std::size_t size = 0;
+    (void)out.memoryInfo(&data, &size);
+    std::string bytes(static_cast<const char*>(data), size);
+    (void)out.close();
+    if (bytes.size() < 20)
+        return std::string();
+    const std::size_t length = std::size_t(std::uint8_t(bytes[16])) << 24 | std::size_t(std::uint8_t(bytes[17])) << 16 |
+                               std::size_t(std::uint8_t(bytes[18])) << 8 | std::uint8_t(bytes[19]);
+    return bytes.substr(20, length);
+}
+
+void decodeOne(const char* bytes, std::size_t size) {
+    if (size < 4)
+        return;
+    const TiffTag tag(TuInt32(std::uint8_t(bytes[0])) << 24 | TuInt32(std::uint8_t(bytes[1])) << 16 |
+                      TuInt32(std::uint8_t(bytes[2])) << 8 | std::uint8_t(bytes[3]));
+    const std::string payload(bytes + 4, size - 4);
+    Tdata value;
+    TuInt32 unread = 0;
+    const int result = TdataChunk::decode(tag, payload.data(), TuInt32(payload.size()), value, &unread);
+    check(result == TdataChunk::kRead || result == TdataChunk::kRefused, "decode result");
+    check(unread <= payload.size(), "unread beyond the payload");
+    int code = 0;
+    const std::string again = rewrittenPayload(value, code);
+    if (code == kFLbadId || code == kFLreservedId)
+        return; // an identifier no data chunk may have (a group's, say)
+    const bool kept = value.cast(&TdataUnknown::fsMetaclass) != nullptr;
+    const bool immediate = tag == Tdata::kTag && (payload.size() == 8 || payload.size() == 4);
+    if (kept || immediate) {
+        check(code == 0, "writing a read value back");
+        check(again == payload, "bytes not reproduced");
+    }
+}
+
+void readFile(const char* bytes, std::size_t size) {
+    const TiffSpecialNames names;
+    char name[64];
+    std::snprintf(name, sizeof name, "mem:%p,%zu", static_cast<const void*>(bytes), size);
+    TiffFile in(name, "r");
+    if (!in.isActive())
+        return;
+    int depth = 0;
+    for (int guard = 0; guard < 10000; ++guard) {
+        Tdata value;
+        const int code = TdataChunk::read(in, value);
+        if (code == TdataChunk::kRead || code == TdataChunk::kRefused) {
+            int written = 0;
+            (void)rewrittenPayload(value, written);
+        } else if (code == kFLgroupHeader && depth < 8) {
+            // The header is read: enter the group.
+            TuInt32 type = 0;
+            Tint32 length = 0;
+            if (FLbgnrgroup(in.flFile(), &type, &length) != 0)
+                return;
+            ++depth;
+        } else if (code == kFLgroupHeader) {
+            if (in.skipGroup() != 0)
+                return;
+        } else if (code == kFLend && depth > 0) {
+            if (in.endReadGroup() != 0)
+                return;
+            --depth;
+        } else {
+            return;
+        }
+    }
+}
+
+void readText(const char* bytes, std::size_t size, int kind) {
+    std::string line(bytes, size);
+    for (char& c : line)
+        if (c == '\0')
+            c = ' ';
+    const TargList args(line);
+    Tdata value = kind == 0 ? Tdata(0.0) : kind == 1 ? Tdata(TanimTime()) : Tdata(TuInt64(0));
+    int index = 0;
+    if (value.readASCII(args, index) != 0)
+        return;
+    check(index >= 0 && index < args.count(), "index outside the arguments");
+    Tfile text;
+    (void)value.writeASCII(text, 0, true);
+    for (int hint = 1; hint <= 8; ++hint) {
+        Tfile other;
+        (void)value.writeASCII(other, hint, true);
+    }
+    if (text.text().empty())
+        return; // the NULL value
+    const TargList again(text.text());
+    Tdata back = value.isAnimTime() ? Tdata(TanimTime()) : value.isAddr() ? Tdata(TuInt64(0)) : Tdata(0.0);
+    int at = 0;
+    check(back.readASCII(again, at) == 0, "written text does not read back");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 1 || size > 65536)
+        return 0;
+    const char* bytes = reinterpret_cast<const char*>(data) + 1;
+    switch (data[0] % 5) {
+    case 0: decodeOne(bytes, size - 1); break;
+    case 1: readFile(bytes, size - 1); break;
+    default: readText(bytes, size - 1, data[0] % 5 - 2); break;
+    }
+    return 0;
+}
