@@ -110,6 +110,8 @@ private:
 /// split; its entries are then sorted again into the octants that sortEntry
 /// names (an entry may go into several). Entries that fit no allowed octant
 /// stay in the split node itself. A leaf that cannot split keeps growing.
+/// (A derived tree may ask for separating splits only; see
+/// setSplitOnlyWhenSeparating.)
 /// An axis is not split when its half-width is below the minimum cell size,
 /// is 0 or less, or when the centre equals the minimum or maximum in single
 /// precision (or any of these comparisons is unordered); a cell with no axis
@@ -170,10 +172,12 @@ public:
     }
 
 protected:
-    /// For entries that may go into several octants: a full leaf whose
-    /// entries, the new one included, would all go into the same two or more
-    /// octants does not split (that would only copy all of them into each
-    /// child, cell after cell) and never splits afterwards.
+    /// For entries that may go into several octants: a full leaf splits only
+    /// when no one octant would receive all its entries and the new one
+    /// (otherwise the child would be as full, cell after cell, down to the
+    /// smallest size: around a vertex shared by more triangles than a leaf
+    /// holds, or for duplicate faces). Until then it keeps growing, and tests
+    /// again each time its list must grow, so the tests cost linear time.
     void setSplitOnlyWhenSeparating(bool on) noexcept { fSplitOnlyWhenSeparating = on; }
 
 private:
@@ -289,13 +293,10 @@ void TotNode<T>::split(unsigned int budget) {
 
 template <class T>
 bool TotNode<T>::splitSeparates(const T& entry) const {
-    const int first = fTree->sortEntry(entry, fBox) & fChildMask;
-    if ((first & (first - 1)) == 0)
-        return true; // one octant or none: the entries move down as points do
-    for (const T& e : *this)
-        if ((fTree->sortEntry(e, fBox) & fChildMask) != first)
-            return true;
-    return false;
+    unsigned int common = static_cast<unsigned int>(fTree->sortEntry(entry, fBox)) & fChildMask;
+    for (unsigned int i = 0; i < fCount && common; ++i)
+        common &= static_cast<unsigned int>(fTree->sortEntry(fEntries[i], fBox));
+    return common == 0;
 }
 
 template <class T>
@@ -307,10 +308,8 @@ void TotNode<T>::addEntry(const T& entry, unsigned int budget) {
         if (!node->fSplit) {
             if (node->fCount < fTree->getMaxEntries() || budget == 1 || node->fChildMask == 0)
                 return node->append(entry);
-            if (fTree->fSplitOnlyWhenSeparating && !node->splitSeparates(entry)) {
-                node->fChildMask = 0;
+            if (fTree->fSplitOnlyWhenSeparating && (node->fCount < node->fCapacity || !node->splitSeparates(entry)))
                 return node->append(entry);
-            }
             node->split(budget);
         }
         const unsigned int mask = static_cast<unsigned int>(fTree->sortEntry(entry, node->fBox)) & node->fChildMask;

@@ -37,8 +37,10 @@ extern template class GRUNDEL_API Toctree<unsigned int>;
 ///
 /// Two limits keep the tree finite where triangles crowd: the minimum cell
 /// size is raised to the tolerance (a smaller cell is touched by everything
-/// near it), and a full leaf whose triangles would all go into the same two or
-/// more octants (duplicate or nearly coincident faces) stays a leaf for good.
+/// near it), and a full leaf splits only when no one octant would receive all
+/// of its triangles (see Toctree::setSplitOnlyWhenSeparating): a vertex shared
+/// by many triangles, or duplicate faces, then end in one over-full leaf
+/// instead of a chain of cells down to the smallest size.
 ///
 /// A triangle is stored only where it touches the root box; one that misses
 /// the box entirely, or has a non-finite coordinate, is refused.

@@ -66,8 +66,8 @@ TEST(TtriangleOctree, OverlapIsExactNotByBoundingBox) {
 
 TEST(TtriangleOctree, FilesTrianglesIntoTheOctantsTheyTouch) {
     TtriangleOctree tree(8, kLo, kHi, 1, 0, 0);
-    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.1f, 0.1f, 0.1f), T3dFltPoint(0.2f, 0.1f, 0.1f), T3dFltPoint(0.1f, 0.2f, 0.1f), 1, 2));
-    EXPECT_EQ(tree.sortEntry(0u, tree.box()), 1 << 0);
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.8f, 0.8f, 0.8f), T3dFltPoint(0.9f, 0.8f, 0.8f), T3dFltPoint(0.8f, 0.9f, 0.8f), 1, 2));
+    EXPECT_EQ(tree.sortEntry(0u, tree.box()), 1 << 7);
     // A triangle around the centre touches every octant; one in the plane
     // z = 0.25 only the lower four; one on the plane x = 0.5 both X halves.
     ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.4f, 0.4f, 0.4f), T3dFltPoint(0.7f, 0.45f, 0.6f), T3dFltPoint(0.45f, 0.7f, 0.55f), 3, 4));
@@ -78,7 +78,8 @@ TEST(TtriangleOctree, FilesTrianglesIntoTheOctantsTheyTouch) {
     EXPECT_EQ(tree.sortEntry(3u, tree.box()), 0x03);
     EXPECT_EQ(tree.entry(2).i, 5);
     EXPECT_EQ(tree.entry(2).j, 6);
-    // Filed under every octant it touches: the centre triangle reaches all eight children.
+    // Filed under every octant it touches: the centre triangle reaches all
+    // eight children. (No octant is common to all four, so the root splits.)
     for (int o = 0; o < 8; ++o) {
         const TotNode<unsigned int>* c = tree.child(o);
         ASSERT_NE(c, nullptr);
