@@ -64,9 +64,8 @@ const std::vector<T3dFltPoint>& queries() {
 std::unique_ptr<TpointOctree> buildPointTree() {
     auto tree = std::make_unique<TpointOctree>(T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), kOctreeLeaf, 0, 0.0f);
     const std::vector<T3dFltPoint>& pts = points();
-    for (unsigned int i = 0; i < pts.size(); ++i)
-        if (!tree->addEntry(pts[i], i))
-            std::abort();
+    if (tree->addEntries(pts.data(), static_cast<unsigned int>(pts.size())) != pts.size())
+        std::abort();
     return tree;
 }
 
@@ -202,7 +201,7 @@ const std::vector<Ray>& rays() {
 std::unique_ptr<TtriangleOctree> buildTriangleTree() {
     const Mesh& m = mesh();
     const unsigned int n = static_cast<unsigned int>(m.indices.size() / 3);
-    auto tree = std::make_unique<TtriangleOctree>(n, T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), getenv("LEAF") ? unsigned(atoi(getenv("LEAF"))) : 8u, 0, 0.0f);
+    auto tree = std::make_unique<TtriangleOctree>(n, T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), 16, 0, 0.0f);
     for (unsigned int t = 0; t < n; ++t) {
         const unsigned int* i = &m.indices[3 * t];
         if (!tree->addEntry(m.vertices[i[0]], m.vertices[i[1]], m.vertices[i[2]], static_cast<int>(t), 0))

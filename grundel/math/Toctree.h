@@ -7,7 +7,10 @@
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <type_traits>
+#include <vector>
 
 template <class T>
 class Toctree;
@@ -24,13 +27,14 @@ class Toctree;
 /// Nodes are created by their tree and are neither copied nor moved. Reading
 /// from several threads is safe while nobody inserts.
 template <class T>
-class TotNode {
+class alignas(64) TotNode {
     static_assert(std::is_trivially_copyable<T>::value, "octree entries are copied as bytes");
 
 public:
     TotNode(const TotNode&) = delete;
     TotNode& operator=(const TotNode&) = delete;
-    /// Deletes the children and the entry list.
+    /// Destroys the children and releases the entry list (the nodes' own
+    /// storage belongs to the tree).
     virtual ~TotNode();
 
     Toctree<T>& tree() const noexcept { return *fTree; }
@@ -70,6 +74,13 @@ public:
     /// The allocated length of the entry list.
     unsigned int capacity() const noexcept { return fCapacity; }
 
+    /// Asks for the cache lines that a visit reads (walkers call it for the
+    /// cells they are about to enter).
+    void prefetch() const noexcept {
+        __builtin_prefetch(this);
+        __builtin_prefetch(reinterpret_cast<const char*>(this) + 64);
+    }
+
 protected:
     TotNode(Toctree<T>* tree, TotNode* parent, int octant) noexcept : fTree(tree), fParent(parent), fOctant(octant) {}
 
@@ -89,16 +100,18 @@ private:
     bool splitSeparates(const T& entry) const;
     TotNode* makeChild(int octant);
 
-    Toctree<T>* fTree;
-    TotNode* fParent;
-    int fOctant;
+    // Laid out for the walkers: with the vtable pointer, the first cache line
+    // holds what every visit reads (entries and box), the second the children.
+    T* fEntries = nullptr;
+    unsigned int fCount = 0;
+    unsigned int fCapacity = 0;
     bool fSplit = false;
     unsigned char fChildMask = 0;
     T3dFltPoint fBox[3]; // centre, min, max
     TotNode* fChildren[8] = {};
-    T* fEntries = nullptr;
-    unsigned int fCount = 0;
-    unsigned int fCapacity = 0;
+    Toctree<T>* fTree;
+    TotNode* fParent;
+    int fOctant;
 };
 
 /// An adaptive octree: the root node plus the parameters fixed at
@@ -139,7 +152,8 @@ public:
           fMinCellSize(minCellSize), fTolerance(tolerance) {
         TotNode<T>::setDimensions(*this, T3dFltPoint(), T3dFltPoint());
     }
-    ~Toctree() override = default;
+    /// Destroys the nodes while their storage still exists.
+    ~Toctree() override { clear(); }
 
     /// The octants of the cell given by box (centre, minimum, maximum corner)
     /// into which entry goes, as a mask (bit i for octant i); 0 keeps the
@@ -151,11 +165,15 @@ public:
     void addEntry(const T& entry) { TotNode<T>::addEntry(entry, fMaxDepth); }
     /// Empties the tree and sets the root box. Corners are ordered per axis.
     void setDimensions(const T3dFltPoint& min, const T3dFltPoint& max) noexcept {
-        TotNode<T>::clearNode();
+        clear();
         TotNode<T>::setDimensions(*this, min, max);
     }
     /// Removes every entry and node; the box and parameters stay.
-    void clear() noexcept { TotNode<T>::clearNode(); }
+    void clear() noexcept {
+        TotNode<T>::clearNode();
+        fNodeBlocks.clear();
+        fNodesLeft = 0;
+    }
 
     unsigned int getMaxEntries() const noexcept { return fMaxEntries; }
     unsigned int getMaxDepth() const noexcept { return fMaxDepth; }
@@ -183,6 +201,23 @@ protected:
 private:
     friend class TotNode<T>;
 
+    // Nodes come from blocks owned by the tree and are only ever released
+    // all together, so one allocation serves many nodes.
+    static constexpr unsigned int kNodesPerBlock = 64;
+    struct BlockDeleter {
+        void operator()(void* p) const noexcept { ::operator delete(p, std::align_val_t(alignof(TotNode<T>))); }
+    };
+    void* nodeStorage() {
+        if (fNodesLeft == 0) {
+            fNodeBlocks.emplace_back(
+                ::operator new(sizeof(TotNode<T>) * kNodesPerBlock, std::align_val_t(alignof(TotNode<T>))));
+            fNodesLeft = kNodesPerBlock;
+        }
+        return static_cast<char*>(fNodeBlocks.back().get()) + sizeof(TotNode<T>) * (kNodesPerBlock - fNodesLeft--);
+    }
+    std::vector<std::unique_ptr<void, BlockDeleter>> fNodeBlocks;
+    unsigned int fNodesLeft = 0;
+
     unsigned int fMaxEntries;
     unsigned int fMaxDepth;
     float fMinCellSize;
@@ -200,7 +235,8 @@ TotNode<T>::~TotNode() {
 template <class T>
 void TotNode<T>::clearNode() noexcept {
     for (TotNode*& c : fChildren) {
-        delete c;
+        if (c)
+            c->~TotNode(); // the storage belongs to the tree
         c = nullptr;
     }
     std::free(fEntries);
@@ -260,7 +296,7 @@ void TotNode<T>::append(const T& entry) {
 
 template <class T>
 TotNode<T>* TotNode<T>::makeChild(int octant) {
-    TotNode* c = new TotNode(fTree, this, octant);
+    TotNode* c = new (fTree->nodeStorage()) TotNode(fTree, this, octant);
     T3dFltPoint lo(TnoInit{}), hi(TnoInit{});
     for (unsigned int k = 0; k < 3; ++k) {
         if (octant & (1 << k)) {

@@ -54,8 +54,10 @@ public:
             for (const T& e : *node)
                 fn(e);
             for (int i = 7; i >= 0; --i)
-                if (const TotNode<T>* c = node->child(i))
+                if (const TotNode<T>* c = node->child(i)) {
+                    c->prefetch();
                     fStack.push_back(c);
+                }
         }
     }
 
@@ -186,8 +188,10 @@ void TotRayWalker<T>::walk(const Toctree<T>& tree, const T3dDblPoint& origin, co
         }
         while (m > 0) {
             const Item& it = seq[--m];
-            if (it.t0 <= tMax)
+            if (it.t0 <= tMax) {
+                it.node->prefetch();
                 fStack.push_back(it);
+            }
         }
     }
 }

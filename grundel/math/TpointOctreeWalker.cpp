@@ -54,6 +54,7 @@ const ToctreePoint* TpointOctreeWalker::findNearest(const T3dDblPoint& query, do
             d2 += (far & 4) ? farGap[2] : nearGap[2];
             if (d2 > best2)
                 continue;
+            ch->prefetch();
             // Sorted farthest first, so that the nearest is popped first.
             int at = n++;
             while (at > 0 && kids[at - 1].d2 < d2) {

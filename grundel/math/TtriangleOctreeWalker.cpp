@@ -14,13 +14,11 @@ unsigned int TtriangleOctreeWalker::nextMark() {
 
 bool TtriangleOctreeWalker::firstHit(const T3dDblPoint& origin, const T4dDblVector& direction,
                                      ToctreeTriangleIntersection& hit, double tMax) {
-    const unsigned int mark = nextMark();
+    // No marks here: a triangle met again in a later cell gives the same
+    // answer, and testing it again is cheaper than a mark's cache miss.
     ToctreeTriangleIntersection best;
     bool found = false;
     fRay.walk(*fTree, origin, direction, tMax, [&](unsigned int e, double& limit) {
-        if (fMarks[e] == mark)
-            return;
-        fMarks[e] = mark;
         double t, u, v;
         if (!fTree->entry(e).intersect(origin, direction, limit, t, u, v))
             return;

@@ -21,8 +21,8 @@ struct ToctreeTriangleIntersection {
 /// Rays are origin + t * direction for t >= 0 up to a limit, back faces
 /// included; see ToctreeTriangle::intersect for the hit test. The cells are
 /// walked front to back (TotRayWalker): a first-hit search ends as soon as the
-/// next cell begins beyond the nearest hit so far. Each triangle is tested
-/// once per query however many cells hold it. Ties in t go to the lowest
+/// next cell begins beyond the nearest hit so far. All hits report each
+/// triangle once however many cells hold it. Ties in t go to the lowest
 /// triangle index.
 ///
 /// The walker keeps its stack and marks between queries: reuse one per

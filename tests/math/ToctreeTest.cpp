@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace {
@@ -197,6 +199,42 @@ TEST(Toctree, EntryListsGrowByTheRule) {
     EXPECT_EQ(one.capacity(), 2u);
     ASSERT_TRUE(one.addEntry(T3dFltPoint(0.9f, 0.9f, 0.9f), 1));
     EXPECT_TRUE(one.isSplit());
+}
+
+} // namespace
+
+namespace {
+
+// Each node's box and sorted indices, in walk order.
+std::vector<std::vector<float>> cellsOf(const TpointOctree& tree) {
+    std::vector<std::vector<float>> out;
+    tree.forEachNode([&out](const Node& n) {
+        std::vector<float> cell{n.minCorner().x, n.minCorner().y, n.minCorner().z, n.maxCorner().x};
+        std::vector<float> idx;
+        for (const ToctreePoint& p : n)
+            idx.push_back(static_cast<float>(p.index));
+        std::sort(idx.begin(), idx.end());
+        cell.insert(cell.end(), idx.begin(), idx.end());
+        out.push_back(cell);
+    });
+    return out;
+}
+
+TEST(Toctree, BulkInsertionBuildsTheSameCells) {
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<float> u(-0.1f, 1.1f);
+    std::vector<T3dFltPoint> pts(5000);
+    for (T3dFltPoint& p : pts)
+        p = T3dFltPoint(u(rng), u(rng), u(rng));
+    pts[10] = pts[20] = pts[30] = T3dFltPoint(0.5f, 0.5f, 0.5f);
+    pts[40].y = std::numeric_limits<float>::quiet_NaN();
+    TpointOctree one(kLo, kHi, 6, 0, 0), bulk(kLo, kHi, 6, 0, 0);
+    unsigned int stored = 0;
+    for (unsigned int i = 0; i < pts.size(); ++i)
+        stored += one.addEntry(pts[i], 100 + i) ? 1 : 0;
+    EXPECT_EQ(bulk.addEntries(pts.data(), static_cast<unsigned int>(pts.size()), 100), stored);
+    EXPECT_EQ(bulk.pointCount(), stored);
+    EXPECT_EQ(cellsOf(bulk), cellsOf(one));
 }
 
 } // namespace
