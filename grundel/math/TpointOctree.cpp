@@ -1,6 +1,7 @@
 #include "grundel/math/TpointOctree.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -57,7 +58,7 @@ unsigned int TpointOctree::addEntries(const T3dFltPoint* points, unsigned int co
     double scale[3];
     for (unsigned int k = 0; k < 3; ++k) {
         const double extent = static_cast<double>(maxCorner()[k]) - lo[k];
-        scale[k] = extent > 0 ? 2097151.0 / extent : 0.0;
+        scale[k] = extent > 0 && std::isfinite(extent) ? 2097151.0 / extent : 0.0;
     }
     // The top 33 bits of the curve (11 levels) are enough to keep the
     // insertions together; three stable 11-bit counting passes sort by them
@@ -73,8 +74,11 @@ unsigned int TpointOctree::addEntries(const T3dFltPoint* points, unsigned int co
         if (!contains(p))
             continue;
         std::uint64_t key = 0;
-        for (unsigned int k = 0; k < 3; ++k)
-            key |= spread3(static_cast<std::uint64_t>((p[k] - static_cast<double>(lo[k])) * scale[k])) << k;
+        for (unsigned int k = 0; k < 3; ++k) {
+            // An infinite corner makes the position NaN: it then counts as 0.
+            const double at = (p[k] - static_cast<double>(lo[k])) * scale[k];
+            key |= spread3(at >= 0 ? static_cast<std::uint64_t>(std::min(at, 2097151.0)) : 0) << k;
+        }
         order.push_back(Keyed{static_cast<std::uint32_t>(key >> 30), ToctreePoint{p, firstIndex + i}});
     }
     spare.resize(order.size());

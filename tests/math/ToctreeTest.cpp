@@ -235,6 +235,11 @@ TEST(Toctree, BulkInsertionBuildsTheSameCells) {
     EXPECT_EQ(bulk.addEntries(pts.data(), static_cast<unsigned int>(pts.size()), 100), stored);
     EXPECT_EQ(bulk.pointCount(), stored);
     EXPECT_EQ(cellsOf(bulk), cellsOf(one));
+
+    // An infinite root box: positions on the curve are meaningless, insertion is not.
+    const float inf = std::numeric_limits<float>::infinity();
+    TpointOctree open(T3dFltPoint(-inf, -inf, -inf), T3dFltPoint(inf, inf, inf), 6, 0, 0);
+    EXPECT_EQ(open.addEntries(pts.data(), 100), 99u); // all but the NaN
 }
 
 } // namespace
