@@ -73,19 +73,26 @@ bool ToctreeTriangle::intersect(const T3dDblPoint& origin, const T4dDblVector& d
     // Zero area gives n = 0 exactly for corners whose differences are exact.
     if (dn == 0 || std::isnan(dn))
         return false;
+    // Numerators of t, u and v over the common denominator dn, compared
+    // before any division: most triangles a ray meets are missed sideways.
     const V3 s = sub(V3{origin.x, origin.y, origin.z}, pa);
-    const double tt = -dot(s, n) / dn;
-    if (!(tt >= 0 && tt <= tMax))
+    const double sign = dn > 0 ? 1.0 : -1.0, adn = dn * sign;
+    const double uu = sign * dot(d, cross(s, e2));
+    if (!(uu >= 0 && uu <= adn))
         return false;
-    const double uu = dot(d, cross(s, e2)) / dn;
-    if (!(uu >= 0 && uu <= 1))
+    const double vv = sign * dot(d, cross(e1, s));
+    if (!(vv >= 0 && uu + vv <= adn))
         return false;
-    const double vv = dot(d, cross(e1, s)) / dn;
-    if (!(vv >= 0 && uu + vv <= 1))
+    const double tt = -sign * dot(s, n);
+    if (!(tt >= 0 && tt <= tMax * adn))
         return false;
-    t = tt;
-    u = uu;
-    v = vv;
+    const double inv = 1.0 / adn;
+    t = tt * inv;
+    if (t > tMax) { // rounding at the far end
+        return false;
+    }
+    u = uu * inv;
+    v = vv * inv;
     return true;
 }
 
