@@ -1,0 +1,197 @@
+#include "grundel/math/TtriangleOctree.h"
+
+#include <algorithm>
+#include <cmath>
+
+template class TotNode<unsigned int>;
+template class Toctree<unsigned int>;
+
+namespace {
+
+// The table is reserved for the announced count only up to this many
+// triangles; beyond it the table grows as triangles arrive.
+constexpr unsigned int kMaxReserve = 1u << 20;
+
+struct V3 {
+    double x, y, z;
+};
+
+inline V3 toV3(const T3dFltPoint& p) noexcept { return {p.x, p.y, p.z}; }
+inline V3 sub(const V3& a, const V3& b) noexcept { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+inline V3 cross(const V3& a, const V3& b) noexcept {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline double dot(const V3& a, const V3& b) noexcept { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+inline double min3(double a, double b, double c) noexcept { return std::min(a, std::min(b, c)); }
+inline double max3(double a, double b, double c) noexcept { return std::max(a, std::max(b, c)); }
+
+// Projections of the triangle (corners v0..v2 relative to the box centre) on
+// the axis; separated when they all lie beyond the box's radius r on it.
+inline bool separated(double p0, double p1, double p2, double r) noexcept {
+    return min3(p0, p1, p2) > r || max3(p0, p1, p2) < -r;
+}
+
+// Separating-axis test of a triangle against the box of centre c and
+// half-widths h (the tolerance already added). Closed: touching overlaps.
+bool triangleTouchesBox(const V3& a, const V3& b, const V3& c, const V3& centre, const V3& h) noexcept {
+    const V3 v0 = sub(a, centre), v1 = sub(b, centre), v2 = sub(c, centre);
+    // The box's own axes.
+    if (separated(v0.x, v1.x, v2.x, h.x) || separated(v0.y, v1.y, v2.y, h.y) || separated(v0.z, v1.z, v2.z, h.z))
+        return false;
+    const V3 edges[3] = {sub(v1, v0), sub(v2, v1), sub(v0, v2)};
+    // Each box axis crossed with each edge.
+    for (const V3& f : edges) {
+        const double ax = std::fabs(f.x), ay = std::fabs(f.y), az = std::fabs(f.z);
+        // X x f = (0, -f.z, f.y)
+        if (separated(v0.z * f.y - v0.y * f.z, v1.z * f.y - v1.y * f.z, v2.z * f.y - v2.y * f.z, h.y * az + h.z * ay))
+            return false;
+        // Y x f = (f.z, 0, -f.x)
+        if (separated(v0.x * f.z - v0.z * f.x, v1.x * f.z - v1.z * f.x, v2.x * f.z - v2.z * f.x, h.x * az + h.z * ax))
+            return false;
+        // Z x f = (-f.y, f.x, 0)
+        if (separated(v0.y * f.x - v0.x * f.y, v1.y * f.x - v1.x * f.y, v2.y * f.x - v2.x * f.y, h.x * ay + h.y * ax))
+            return false;
+    }
+    // The triangle's plane.
+    const V3 n = cross(edges[0], edges[1]);
+    const double r = h.x * std::fabs(n.x) + h.y * std::fabs(n.y) + h.z * std::fabs(n.z);
+    return std::fabs(dot(n, v0)) <= r;
+}
+
+bool finite(const T3dFltPoint& p) noexcept { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
+
+} // namespace
+
+bool ToctreeTriangle::intersect(const T3dDblPoint& origin, const T4dDblVector& direction, double tMax, double& t,
+                                double& u, double& v) const noexcept {
+    const V3 pa = toV3(a);
+    const V3 e1 = sub(toV3(b), pa), e2 = sub(toV3(c), pa);
+    const V3 d{direction.x, direction.y, direction.z};
+    const V3 n = cross(e1, e2);
+    const double dn = dot(d, n);
+    // Zero area gives n = 0 exactly for corners whose differences are exact.
+    if (dn == 0 || std::isnan(dn))
+        return false;
+    // Numerators of t, u and v over the common denominator dn, compared
+    // before any division: most triangles a ray meets are missed sideways.
+    const V3 s = sub(V3{origin.x, origin.y, origin.z}, pa);
+    const double sign = dn > 0 ? 1.0 : -1.0, adn = dn * sign;
+    const double uu = sign * dot(d, cross(s, e2));
+    if (!(uu >= 0 && uu <= adn))
+        return false;
+    const double vv = sign * dot(d, cross(e1, s));
+    if (!(vv >= 0 && uu + vv <= adn))
+        return false;
+    const double tt = -sign * dot(s, n);
+    if (!(tt >= 0 && tt <= tMax * adn))
+        return false;
+    const double inv = 1.0 / adn;
+    t = tt * inv;
+    if (t > tMax) { // rounding at the far end
+        return false;
+    }
+    u = uu * inv;
+    v = vv * inv;
+    return true;
+}
+
+TtriangleOctree::TtriangleOctree(unsigned int triangleCount, unsigned int maxEntries, unsigned int maxDepth,
+                                 float minCellSize, double tolerance)
+    : Toctree(maxEntries, maxDepth, tolerance > minCellSize ? static_cast<float>(tolerance) : minCellSize, tolerance) {
+    setSplitOnlyWhenSeparating(true);
+    fTriangles.reserve(std::min(triangleCount, kMaxReserve));
+}
+
+TtriangleOctree::TtriangleOctree(unsigned int triangleCount, const T3dFltPoint& min, const T3dFltPoint& max,
+                                 unsigned int maxEntries, unsigned int maxDepth, float minCellSize, double tolerance)
+    : TtriangleOctree(triangleCount, maxEntries, maxDepth, minCellSize, tolerance) {
+    Toctree::setDimensions(min, max);
+}
+
+TtriangleOctree::~TtriangleOctree() = default;
+
+bool TtriangleOctree::touches(const ToctreeTriangle& tri, const T3dFltPoint& lo, const T3dFltPoint& hi) const noexcept {
+    const double tol = tolerance();
+    const V3 l = toV3(lo), u = toV3(hi);
+    const V3 centre{(l.x + u.x) * 0.5, (l.y + u.y) * 0.5, (l.z + u.z) * 0.5};
+    const V3 h{(u.x - l.x) * 0.5 + tol, (u.y - l.y) * 0.5 + tol, (u.z - l.z) * 0.5 + tol};
+    return triangleTouchesBox(toV3(tri.a), toV3(tri.b), toV3(tri.c), centre, h);
+}
+
+int TtriangleOctree::sortEntry(const unsigned int& entry, const T3dFltPoint* box) const {
+    const ToctreeTriangle& tri = fTriangles[entry];
+    const double tol = tolerance();
+    const V3 a = toV3(tri.a), b = toV3(tri.b), c = toV3(tri.c);
+    const V3 mid = toV3(box[0]), lo = toV3(box[1]), hi = toV3(box[2]);
+    const double tmin[3] = {min3(a.x, b.x, c.x), min3(a.y, b.y, c.y), min3(a.z, b.z, c.z)};
+    const double tmax[3] = {max3(a.x, b.x, c.x), max3(a.y, b.y, c.y), max3(a.z, b.z, c.z)};
+    const double m[3] = {mid.x, mid.y, mid.z}, l[3] = {lo.x, lo.y, lo.z}, h[3] = {hi.x, hi.y, hi.z};
+
+    // Which halves each axis's extent reaches (bit 0 lower, bit 1 upper), and
+    // whether it lies wholly inside the grown half (then no further test).
+    unsigned int sides[3];
+    bool inside[3][2];
+    for (int k = 0; k < 3; ++k) {
+        const bool split = m[k] != l[k]; // an axis that is not split has its centre at the minimum
+        sides[k] = 0;
+        if (split && tmin[k] <= m[k] + tol && tmax[k] >= l[k] - tol)
+            sides[k] |= 1;
+        if (tmax[k] >= m[k] - tol && tmin[k] <= h[k] + tol)
+            sides[k] |= 2;
+        inside[k][0] = tmin[k] >= l[k] - tol && tmax[k] <= m[k] + tol;
+        inside[k][1] = tmin[k] >= m[k] - tol && tmax[k] <= h[k] + tol;
+    }
+    int mask = 0;
+    for (int octant = 0; octant < 8; ++octant) {
+        const int sx = octant & 1, sy = (octant >> 1) & 1, sz = (octant >> 2) & 1;
+        if (!(sides[0] & (1u << sx)) || !(sides[1] & (1u << sy)) || !(sides[2] & (1u << sz)))
+            continue;
+        if (inside[0][sx] && inside[1][sy] && inside[2][sz]) {
+            mask |= 1 << octant;
+            continue;
+        }
+        const double ol[3] = {sx ? m[0] : l[0], sy ? m[1] : l[1], sz ? m[2] : l[2]};
+        const double oh[3] = {sx ? h[0] : m[0], sy ? h[1] : m[1], sz ? h[2] : m[2]};
+        const V3 centre{(ol[0] + oh[0]) * 0.5, (ol[1] + oh[1]) * 0.5, (ol[2] + oh[2]) * 0.5};
+        const V3 half{(oh[0] - ol[0]) * 0.5 + tol, (oh[1] - ol[1]) * 0.5 + tol, (oh[2] - ol[2]) * 0.5 + tol};
+        if (triangleTouchesBox(a, b, c, centre, half))
+            mask |= 1 << octant;
+    }
+    return mask;
+}
+
+bool TtriangleOctree::fileTriangle(unsigned int index) {
+    const ToctreeTriangle& tri = fTriangles[index];
+    if (!finite(tri.a) || !finite(tri.b) || !finite(tri.c) || !touches(tri, minCorner(), maxCorner()))
+        return false;
+    Toctree::addEntry(index);
+    return true;
+}
+
+bool TtriangleOctree::addEntry(const T3dFltPoint& a, const T3dFltPoint& b, const T3dFltPoint& c, int i, int j) {
+    fTriangles.push_back(ToctreeTriangle{a, b, c, i, j});
+    if (fileTriangle(static_cast<unsigned int>(fTriangles.size() - 1)))
+        return true;
+    fTriangles.pop_back();
+    return false;
+}
+
+unsigned int TtriangleOctree::setDimensions(const T3dFltPoint& min, const T3dFltPoint& max) {
+    Toctree::setDimensions(min, max);
+    // Compact the table in place, filing each kept triangle under its new index.
+    unsigned int kept = 0;
+    const unsigned int n = triangleCount();
+    for (unsigned int k = 0; k < n; ++k) {
+        fTriangles[kept] = fTriangles[k];
+        if (fileTriangle(kept))
+            ++kept;
+    }
+    fTriangles.resize(kept);
+    return n - kept;
+}
+
+void TtriangleOctree::clear() noexcept {
+    Toctree::clear();
+    fTriangles.clear();
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "grundel/math/TotWalker.h"
+#include "grundel/math/TtriangleOctree.h"
+
+#include <limits>
+#include <vector>
+
+/// Where a ray meets a triangle of a TtriangleOctree.
+struct ToctreeTriangleIntersection {
+    /// The triangle's index in the tree's table (TtriangleOctree::entry).
+    unsigned int triangle = 0;
+    /// The ray parameter: the point is origin + t * direction.
+    double t = 0;
+    /// Barycentric weights of the triangle's b and c.
+    double u = 0, v = 0;
+};
+
+/// Ray queries on a TtriangleOctree: the first hit and all hits.
+///
+/// Rays are origin + t * direction for t >= 0 up to a limit, back faces
+/// included; see ToctreeTriangle::intersect for the hit test. The cells are
+/// walked front to back (TotRayWalker): a first-hit search ends as soon as the
+/// next cell begins beyond the nearest hit so far. All hits report each
+/// triangle once however many cells hold it. Ties in t go to the lowest
+/// triangle index.
+///
+/// The walker keeps its stack and marks between queries: reuse one per
+/// thread. The tree must not change during a query.
+class GRUNDEL_API TtriangleOctreeWalker {
+public:
+    explicit TtriangleOctreeWalker(const TtriangleOctree& tree) : fTree(&tree) {}
+
+    /// The nearest hit with t in [0, tMax]. False when the ray hits nothing
+    /// there (hit is then unchanged).
+    [[nodiscard]] bool firstHit(const T3dDblPoint& origin, const T4dDblVector& direction,
+                                ToctreeTriangleIntersection& hit,
+                                double tMax = std::numeric_limits<double>::infinity());
+    /// Replaces hits with every hit in [0, tMax], one per triangle, sorted by
+    /// t (then triangle index); returns their number.
+    unsigned int allHits(const T3dDblPoint& origin, const T4dDblVector& direction,
+                         std::vector<ToctreeTriangleIntersection>& hits,
+                         double tMax = std::numeric_limits<double>::infinity());
+
+private:
+    // Starts a query: a fresh mark, with the marks sized to the table.
+    unsigned int nextMark();
+
+    const TtriangleOctree* fTree;
+    TotRayWalker<unsigned int> fRay;
+    std::vector<unsigned int> fMarks; // per triangle: the query that last tested it
+    unsigned int fMark = 0;
+};

@@ -1,0 +1,203 @@
+// Triangle trees: the overlap test, filing, and ray queries against brute force.
+
+#include "grundel/math/TtriangleOctreeWalker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+const T3dFltPoint kLo(0, 0, 0), kHi(1, 1, 1);
+
+TEST(ToctreeTriangle, RayHitsWithBarycentricWeights) {
+    const ToctreeTriangle tri{T3dFltPoint(0, 0, 0), T3dFltPoint(2, 0, 0), T3dFltPoint(0, 2, 0), 0, 0};
+    const double inf = std::numeric_limits<double>::infinity();
+    double t = -1, u = -1, v = -1;
+    ASSERT_TRUE(tri.intersect(T3dDblPoint(0.5, 1, 3), T4dDblVector(0, 0, -2), inf, t, u, v));
+    EXPECT_DOUBLE_EQ(t, 1.5); // t in units of the direction
+    EXPECT_DOUBLE_EQ(u, 0.25);
+    EXPECT_DOUBLE_EQ(v, 0.5);
+    // Back face, edge and corner count; behind the origin, beyond tMax and
+    // just outside do not.
+    EXPECT_TRUE(tri.intersect(T3dDblPoint(0.5, 1, -3), T4dDblVector(0, 0, 1), inf, t, u, v));
+    EXPECT_TRUE(tri.intersect(T3dDblPoint(1, 1, 1), T4dDblVector(0, 0, -1), inf, t, u, v));
+    EXPECT_TRUE(tri.intersect(T3dDblPoint(2, 0, 1), T4dDblVector(0, 0, -1), inf, t, u, v));
+    EXPECT_TRUE(tri.intersect(T3dDblPoint(0.5, 0.5, 0), T4dDblVector(0, 0, 1), inf, t, u, v));
+    EXPECT_EQ(t, 0);
+    EXPECT_FALSE(tri.intersect(T3dDblPoint(0.5, 1, -3), T4dDblVector(0, 0, -1), inf, t, u, v));
+    EXPECT_FALSE(tri.intersect(T3dDblPoint(0.5, 1, 3), T4dDblVector(0, 0, -1), 2.9, t, u, v));
+    EXPECT_FALSE(tri.intersect(T3dDblPoint(1.01, 1, 1), T4dDblVector(0, 0, -1), inf, t, u, v));
+    EXPECT_FALSE(tri.intersect(T3dDblPoint(0.5, 1, 0), T4dDblVector(1, 0, 0), inf, t, u, v)); // in the plane
+    const ToctreeTriangle flat{T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 0), T3dFltPoint(3, 3, 0), 0, 0};
+    EXPECT_FALSE(flat.intersect(T3dDblPoint(1, 1, 1), T4dDblVector(0, 0, -1), inf, t, u, v));
+    EXPECT_FALSE(tri.intersect(T3dDblPoint(0.5, 1, 3), T4dDblVector(0, 0, std::nan("")), inf, t, u, v));
+}
+
+TEST(TtriangleOctree, OverlapIsExactNotByBoundingBox) {
+    TtriangleOctree tree(4, kLo, kHi, 4, 0, 0, 1e-3);
+    // Cuts the corner region near (1, 1, 1) but passes outside it: the
+    // bounding boxes overlap, the plane x + y + z = 3.2 separates.
+    const ToctreeTriangle outside{T3dFltPoint(1.6f, 1.6f, 0), T3dFltPoint(0, 1.6f, 1.6f), T3dFltPoint(1.6f, 0, 1.6f), 0, 0};
+    EXPECT_FALSE(tree.touches(outside, kLo, kHi));
+    // The same plane at 2.9 cuts the corner off: every corner of the
+    // triangle is outside the box, the triangle is not.
+    const ToctreeTriangle through{T3dFltPoint(1.45f, 1.45f, 0), T3dFltPoint(0, 1.45f, 1.45f),
+                                  T3dFltPoint(1.45f, 0, 1.45f), 0, 0};
+    EXPECT_TRUE(tree.touches(through, kLo, kHi));
+    // Within the tolerance of a face, and just beyond it.
+    const ToctreeTriangle near{T3dFltPoint(1.0005f, 0, 0), T3dFltPoint(1.0005f, 1, 0), T3dFltPoint(3, 0, 1), 0, 0};
+    const ToctreeTriangle far{T3dFltPoint(1.002f, 0, 0), T3dFltPoint(1.002f, 1, 0), T3dFltPoint(3, 0, 1), 0, 0};
+    EXPECT_TRUE(tree.touches(near, kLo, kHi));
+    EXPECT_FALSE(tree.touches(far, kLo, kHi));
+    // Degenerate triangles are tested as a segment and as a point.
+    const ToctreeTriangle segment{T3dFltPoint(-1, 0.5f, 0.5f), T3dFltPoint(2, 0.5f, 0.5f), T3dFltPoint(2, 0.5f, 0.5f), 0, 0};
+    const ToctreeTriangle skew{T3dFltPoint(-1, 3.2f, 0.5f), T3dFltPoint(3.2f, -1, 0.5f), T3dFltPoint(3.2f, -1, 0.5f), 0, 0};
+    const ToctreeTriangle dot{T3dFltPoint(0.5f, 0.5f, 0.5f), T3dFltPoint(0.5f, 0.5f, 0.5f), T3dFltPoint(0.5f, 0.5f, 0.5f), 0, 0};
+    EXPECT_TRUE(tree.touches(segment, kLo, kHi));
+    EXPECT_FALSE(tree.touches(skew, kLo, kHi)); // its line passes the corner (1, 1) at distance 0.14
+    EXPECT_TRUE(tree.touches(dot, kLo, kHi));
+}
+
+TEST(TtriangleOctree, FilesTrianglesIntoTheOctantsTheyTouch) {
+    TtriangleOctree tree(8, kLo, kHi, 1, 0, 0);
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.8f, 0.8f, 0.8f), T3dFltPoint(0.9f, 0.8f, 0.8f), T3dFltPoint(0.8f, 0.9f, 0.8f), 1, 2));
+    EXPECT_EQ(tree.sortEntry(0u, tree.box()), 1 << 7);
+    // A triangle around the centre touches every octant; one in the plane
+    // z = 0.25 only the lower four; one on the plane x = 0.5 both X halves.
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.4f, 0.4f, 0.4f), T3dFltPoint(0.7f, 0.45f, 0.6f), T3dFltPoint(0.45f, 0.7f, 0.55f), 3, 4));
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0, 0, 0.25f), T3dFltPoint(1, 0, 0.25f), T3dFltPoint(0, 1, 0.25f), 5, 6));
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.5f, 0.1f, 0.1f), T3dFltPoint(0.5f, 0.2f, 0.1f), T3dFltPoint(0.5f, 0.1f, 0.2f), 7, 8));
+    EXPECT_EQ(tree.sortEntry(1u, tree.box()), 0xff);
+    EXPECT_EQ(tree.sortEntry(2u, tree.box()), 0x0f);
+    EXPECT_EQ(tree.sortEntry(3u, tree.box()), 0x03);
+    EXPECT_EQ(tree.entry(2).i, 5);
+    EXPECT_EQ(tree.entry(2).j, 6);
+    // Filed under every octant it touches: the centre triangle reaches all
+    // eight children. (No octant is common to all four, so the root splits.)
+    for (int o = 0; o < 8; ++o) {
+        const TotNode<unsigned int>* c = tree.child(o);
+        ASSERT_NE(c, nullptr);
+        bool has = false;
+        std::function<void(const TotNode<unsigned int>&)> scan = [&](const TotNode<unsigned int>& n) {
+            has = has || std::find(n.begin(), n.end(), 1u) != n.end();
+            for (int k = 0; k < 8; ++k)
+                if (n.child(k))
+                    scan(*n.child(k));
+        };
+        scan(*c);
+        EXPECT_TRUE(has) << o;
+    }
+}
+
+TEST(TtriangleOctree, RefusesBadTrianglesAndRefilesOnNewDimensions) {
+    TtriangleOctree tree(0, kLo, kHi, 2, 0, 0);
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    EXPECT_FALSE(tree.addEntry(T3dFltPoint(nan, 0, 0), T3dFltPoint(1, 0, 0), T3dFltPoint(0, 1, 0), 0, 0));
+    EXPECT_FALSE(tree.addEntry(T3dFltPoint(inf, 0, 0), T3dFltPoint(1, 0, 0), T3dFltPoint(0, 1, 0), 0, 0));
+    EXPECT_FALSE(tree.addEntry(T3dFltPoint(2, 2, 2), T3dFltPoint(3, 2, 2), T3dFltPoint(2, 3, 2), 0, 0));
+    EXPECT_EQ(tree.triangleCount(), 0u);
+    // Many coincident degenerate triangles end at finite depth.
+    for (int i = 0; i < 50; ++i)
+        ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.3f, 0.3f, 0.3f), T3dFltPoint(0.3f, 0.3f, 0.3f), T3dFltPoint(0.3f, 0.3f, 0.3f), i, 0));
+    EXPECT_LT(tree.nodeCount(), 200u);
+    // Duplicate large faces stop splitting at once instead of filling every
+    // cell along the face down to the minimum size.
+    TtriangleOctree dup(100, kLo, kHi, 2, 0, 0);
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(dup.addEntry(T3dFltPoint(0, 0, 0.3f), T3dFltPoint(1, 0, 0.3f), T3dFltPoint(0, 1, 0.7f), i, 0));
+    EXPECT_LT(dup.nodeCount(), 20u);
+    EXPECT_EQ(dup.getMinCellSize(), 1e-5f); // raised to the tolerance
+    // Partly outside is kept; a box that leaves only that one drops the rest.
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.9f, 0.9f, 0.9f), T3dFltPoint(3, 0.9f, 0.9f), T3dFltPoint(0.9f, 3, 0.9f), 99, 1));
+    EXPECT_EQ(tree.setDimensions(T3dFltPoint(2, 0, 0), T3dFltPoint(4, 1, 1)), 50u);
+    ASSERT_EQ(tree.triangleCount(), 1u);
+    EXPECT_EQ(tree.entry(0).i, 99);
+    TtriangleOctreeWalker walker(tree);
+    ToctreeTriangleIntersection hit;
+    ASSERT_TRUE(walker.firstHit(T3dDblPoint(2.2, 0.95, 5), T4dDblVector(0, 0, -1), hit));
+    EXPECT_EQ(hit.triangle, 0u);
+    EXPECT_DOUBLE_EQ(hit.t, 5.0 - static_cast<double>(0.9f));
+    // A zero-size root box holds only what touches that point.
+    TtriangleOctree point(1, 2, 0, 0);
+    EXPECT_FALSE(point.addEntry(T3dFltPoint(1, 1, 1), T3dFltPoint(2, 1, 1), T3dFltPoint(1, 2, 1), 0, 0));
+    EXPECT_TRUE(point.addEntry(T3dFltPoint(-1, -1, 0), T3dFltPoint(1, -1, 0), T3dFltPoint(0, 1, 0), 0, 0));
+}
+
+// A random mesh: small triangles, some of them degenerate or on the planes
+// that divide the first cells.
+std::vector<ToctreeTriangle> mesh(unsigned int n, std::mt19937& rng) {
+    std::uniform_real_distribution<float> u(0, 1), s(-0.08f, 0.08f);
+    std::vector<ToctreeTriangle> tris;
+    for (unsigned int i = 0; i < n; ++i) {
+        T3dFltPoint a(u(rng), u(rng), u(rng));
+        if (i % 7 == 0)
+            a.x = 0.5f;
+        T3dFltPoint b(a.x + s(rng), a.y + s(rng), a.z + s(rng)), c(a.x + s(rng), a.y + s(rng), a.z + s(rng));
+        if (i % 7 == 0)
+            b.x = c.x = 0.5f;
+        if (i % 13 == 0)
+            c = b;
+        tris.push_back(ToctreeTriangle{a, b, c, static_cast<int>(i), 0});
+    }
+    return tris;
+}
+
+TEST(TtriangleOctreeWalker, RayHitsMatchBruteForce) {
+    std::mt19937 rng(5);
+    const std::vector<ToctreeTriangle> tris = mesh(3000, rng);
+    TtriangleOctree tree(3000, T3dFltPoint(-0.1f, -0.1f, -0.1f), T3dFltPoint(1.1f, 1.1f, 1.1f), 8, 0, 0);
+    for (const ToctreeTriangle& t : tris)
+        ASSERT_TRUE(tree.addEntry(t.a, t.b, t.c, t.i, t.j));
+    ASSERT_EQ(tree.triangleCount(), 3000u);
+    TtriangleOctreeWalker walker(tree);
+    std::uniform_real_distribution<double> u(-0.5, 1.5), d(-1, 1);
+    std::vector<ToctreeTriangleIntersection> hits;
+    int hitCount = 0;
+    for (int r = 0; r < 600; ++r) {
+        const T3dDblPoint o(u(rng), u(rng), u(rng));
+        T4dDblVector dir(d(rng), d(rng), d(rng));
+        if (r % 5 == 0)
+            dir[static_cast<unsigned int>(r) % 3] = 0; // parallel to a set of planes
+        if (r % 11 == 0)
+            dir = T4dDblVector(0, 0, r % 2 ? 1 : -1);
+        const double tMax = r % 4 == 0 ? 0.3 : std::numeric_limits<double>::infinity();
+
+        std::vector<ToctreeTriangleIntersection> expected;
+        for (unsigned int k = 0; k < tris.size(); ++k) {
+            ToctreeTriangleIntersection h;
+            h.triangle = k;
+            if (tris[k].intersect(o, dir, tMax, h.t, h.u, h.v))
+                expected.push_back(h);
+        }
+        std::sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) {
+            return a.t < b.t || (a.t == b.t && a.triangle < b.triangle);
+        });
+
+        ToctreeTriangleIntersection first;
+        const bool found = walker.firstHit(o, dir, first, tMax);
+        ASSERT_EQ(found, !expected.empty()) << "ray " << r;
+        if (found) {
+            ++hitCount;
+            EXPECT_EQ(first.triangle, expected[0].triangle) << "ray " << r;
+            EXPECT_EQ(first.t, expected[0].t);
+            EXPECT_EQ(first.u, expected[0].u);
+        }
+        ASSERT_EQ(walker.allHits(o, dir, hits, tMax), expected.size()) << "ray " << r;
+        for (std::size_t k = 0; k < hits.size(); ++k) {
+            EXPECT_EQ(hits[k].triangle, expected[k].triangle);
+            EXPECT_EQ(hits[k].t, expected[k].t);
+        }
+    }
+    EXPECT_GT(hitCount, 80); // the comparison is not vacuous
+    // Rays with no direction or a NaN origin hit nothing.
+    EXPECT_FALSE(walker.firstHit(T3dDblPoint(0.5, 0.5, 0.5), T4dDblVector(0, 0, 0), hits.emplace_back()));
+    EXPECT_FALSE(walker.firstHit(T3dDblPoint(std::nan(""), 0.5, 0.5), T4dDblVector(0, 0, 1), hits.back()));
+}
+
+} // namespace
