@@ -35,6 +35,7 @@
 #include "grundel/files/TsafeFileSave.h"
 #include "grundel/files/TundoFile.h"
 #include "grundel/iff/FLerror.h"
+#include "grundel/iff/FLeval.h"
 #include "grundel/iff/FLfile.h"
 #include "grundel/iff/FLpath.h"
 #include "grundel/iff/TiffArrays.h"

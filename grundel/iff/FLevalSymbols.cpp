@@ -1,0 +1,213 @@
+// The evaluator's names: the process-wide table and the functions bound
+// from the start.
+#include "grundel/iff/FLeval_p.h"
+
+#include "grundel/iff/FLerror.h"
+
+#include <cassert>
+#include <cmath>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <new>
+#include <unordered_map>
+
+namespace grundel::detail {
+namespace {
+
+constexpr std::string_view kKeywords[] = {"const", "do", "else", "if", "while"};
+
+int numberArgs(const FLvalue* args, int count) {
+    for (int i = 0; i < count; ++i)
+        if (args[i].isString)
+            return kFLsyntax;
+    return 0;
+}
+
+template <double (*F)(double)>
+int unary(const FLvalue* args, int count, double* result) {
+    if (int code = numberArgs(args, count))
+        return code;
+    *result = F(args[0].number);
+    return 0;
+}
+
+template <double (*F)(double, double)>
+int binary(const FLvalue* args, int count, double* result) {
+    if (int code = numberArgs(args, count))
+        return code;
+    *result = F(args[0].number, args[1].number);
+    return 0;
+}
+
+double minOf(double a, double b) { return b < a ? b : a; }
+double maxOf(double a, double b) { return a < b ? b : a; }
+
+int length(const FLvalue* args, int, double* result) {
+    if (!args[0].isString)
+        return kFLsyntax;
+    *result = static_cast<double>(args[0].string.size());
+    return 0;
+}
+
+struct Table {
+    std::mutex lock;
+    std::deque<EvalSymbol> records;
+    std::unordered_map<std::string_view, EvalSymbol*> byName;
+
+    EvalSymbol* add(std::string_view name, EvalSymbol::Kind kind) {
+        if (records.size() >= kFLevalMaxSymbols)
+            return nullptr;
+        EvalSymbol& record = records.emplace_back();
+        record.name = std::string(name);
+        record.kind = kind;
+        byName.emplace(record.name, &record);
+        return &record;
+    }
+    void bind(std::string_view name, FLfunction function, int argc) {
+        EvalSymbol* s = add(name, EvalSymbol::Function);
+        s->function = function;
+        s->argc = argc;
+    }
+
+    Table() {
+        add("pi", EvalSymbol::Constant)->value = 3.14159265358979323846;
+        add("e", EvalSymbol::Constant)->value = 2.71828182845904523536;
+        bind("sin", unary<std::sin>, 1);
+        bind("cos", unary<std::cos>, 1);
+        bind("tan", unary<std::tan>, 1);
+        bind("asin", unary<std::asin>, 1);
+        bind("acos", unary<std::acos>, 1);
+        bind("atan", unary<std::atan>, 1);
+        bind("atan2", binary<std::atan2>, 2);
+        bind("sqrt", unary<std::sqrt>, 1);
+        bind("exp", unary<std::exp>, 1);
+        bind("log", unary<std::log>, 1);
+        bind("log10", unary<std::log10>, 1);
+        bind("abs", unary<std::fabs>, 1);
+        bind("floor", unary<std::floor>, 1);
+        bind("ceil", unary<std::ceil>, 1);
+        bind("min", binary<minOf>, 2);
+        bind("max", binary<maxOf>, 2);
+        bind("pow", binary<std::pow>, 2);
+        bind("len", length, 1);
+    }
+};
+
+Table& table() {
+    static Table t;
+    return t;
+}
+
+thread_local TuInt64 tSteps = 100000000;
+
+} // namespace
+
+bool isEvalKeyword(std::string_view text) noexcept {
+    for (std::string_view k : kKeywords)
+        if (text == k)
+            return true;
+    return false;
+}
+
+bool isEvalName(std::string_view text) noexcept {
+    if (text.empty() || (text[0] >= '0' && text[0] <= '9'))
+        return false;
+    for (char c : text)
+        if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'))
+            return false;
+    return !isEvalKeyword(text);
+}
+
+EvalSymbol* EvalSymbols::find(std::string_view name) {
+    auto& t = table();
+    auto it = t.byName.find(name);
+    return it == t.byName.end() ? nullptr : it->second;
+}
+
+EvalSymbol* EvalSymbols::add(std::string_view name, EvalSymbol::Kind kind) {
+    try {
+        return table().add(name, kind);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void EvalSymbols::lock() { table().lock.lock(); }
+void EvalSymbols::unlock() { table().lock.unlock(); }
+
+} // namespace grundel::detail
+
+using namespace grundel::detail;
+
+int FLputvar(const char* name, double value) {
+    if (!name || !isEvalName(name))
+        return FLseterror(kFLsyntax);
+    EvalLock guard;
+    EvalSymbol* s = EvalSymbols::find(name);
+    if (!s && !(s = EvalSymbols::add(name, EvalSymbol::Variable)))
+        return FLseterror(kFLnoMemory);
+    if (s->kind == EvalSymbol::Constant)
+        return FLseterror(kFLconstAssignment);
+    if (s->kind == EvalSymbol::Function)
+        return FLseterror(kFLbadAssignment);
+    s->value = value;
+    return 0;
+}
+
+int FLputconst(const char* name, double value) {
+    if (!name || !isEvalName(name))
+        return FLseterror(kFLconstName);
+    EvalLock guard;
+    EvalSymbol* s = EvalSymbols::find(name);
+    if (!s) {
+        if (!(s = EvalSymbols::add(name, EvalSymbol::Constant)))
+            return FLseterror(kFLnoMemory);
+        s->value = value;
+        return 0;
+    }
+    if (s->kind != EvalSymbol::Constant)
+        return FLseterror(kFLconstName);
+    // The same bits: a constant's value was folded into code compiled with it.
+    if (std::memcmp(&s->value, &value, sizeof value) != 0)
+        return FLseterror(kFLconstRedefined);
+    return 0;
+}
+
+double* FLgetvaraddr(const char* name) {
+    if (!name) {
+        FLseterror(kFLundefinedSymbol);
+        return nullptr;
+    }
+    EvalLock guard;
+    EvalSymbol* s = EvalSymbols::find(name);
+    if (!s || s->kind != EvalSymbol::Variable) {
+        FLseterror(kFLundefinedSymbol);
+        return nullptr;
+    }
+    return &s->value;
+}
+
+int FLbindfunc(const char* name, FLfunction function, int argCount) {
+    assert(function);
+    if (!name || !isEvalName(name))
+        return FLseterror(kFLsyntax);
+    if (argCount < -1 || argCount > kFLevalMaxArgs || !function)
+        return FLseterror(kFLargumentCount);
+    EvalLock guard;
+    EvalSymbol* s = EvalSymbols::find(name);
+    if (!s) {
+        if (!(s = EvalSymbols::add(name, EvalSymbol::Function)))
+            return FLseterror(kFLnoMemory);
+        s->argc = argCount;
+    }
+    if (s->kind != EvalSymbol::Function)
+        return FLseterror(kFLbadAssignment);
+    if (s->argc != argCount)
+        return FLseterror(kFLargumentCount);
+    s->function = function;
+    return 0;
+}
+
+void FLsetevalsteps(TuInt64 steps) noexcept { tSteps = steps; }
+TuInt64 FLevalsteps() noexcept { return tSteps; }
