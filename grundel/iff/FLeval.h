@@ -69,12 +69,13 @@ constexpr int kFLevalMaxStack = 256;
 /// The most names (variables, constants, functions) the process may hold.
 constexpr TuInt32 kFLevalMaxSymbols = 1u << 20;
 
-/// One argument of a bound function: a number, or a string (not
-/// NUL-terminated) that lives until the function returns.
+/// One argument of a bound function, filled by the evaluator: a number, or
+/// (isString) a string, not NUL-terminated, that lives until the function
+/// returns.
 struct FLvalue {
-    double number = 0;
+    double number;
     std::string_view string;
-    bool isString = false;
+    bool isString;
 };
 
 /// A bound function: computes *result from count arguments and returns 0, or

@@ -833,9 +833,17 @@ private:
 
     // Stored code.
 
+    void append(const void* data, std::size_t n) {
+        if (n == 0)
+            return;
+        const std::size_t at = fOut.size();
+        fOut.resize(at + n);
+        std::memcpy(fOut.data() + at, data, n);
+    }
+
     bool write() {
         fOut.clear();
-        fOut.insert(fOut.end(), kUcodeMagic, kUcodeMagic + 4);
+        append(kUcodeMagic, 4);
         fOut.push_back(kUcodeVersion);
         auto out16 = [&](std::uint32_t v) {
             fOut.push_back(static_cast<std::uint8_t>(v >> 8));
@@ -848,7 +856,7 @@ private:
             fOut.push_back(n.kind);
             fOut.push_back(static_cast<std::uint8_t>(n.argc));
             fOut.push_back(static_cast<std::uint8_t>(n.text.size()));
-            fOut.insert(fOut.end(), n.text.begin(), n.text.end());
+            append(n.text.data(), n.text.size());
             if (n.kind == kDefineConst) {
                 std::uint64_t bits;
                 std::memcpy(&bits, &n.value, sizeof bits);
@@ -859,14 +867,14 @@ private:
         out16(static_cast<std::uint32_t>(fStrings.size()));
         for (const std::string& s : fStrings) {
             fOut.push_back(static_cast<std::uint8_t>(s.size()));
-            fOut.insert(fOut.end(), s.begin(), s.end());
+            append(s.data(), s.size());
         }
         if (fCode.size() > 0xffffffffu)
             return fail(kFLoverflow);
         const auto length = static_cast<std::uint32_t>(fCode.size());
         for (int s = 24; s >= 0; s -= 8)
             fOut.push_back(static_cast<std::uint8_t>(length >> s));
-        fOut.insert(fOut.end(), fCode.begin(), fCode.end());
+        append(fCode.data(), fCode.size());
         return true;
     }
 };

@@ -279,11 +279,14 @@ int bind(const std::vector<StoredName>& names, std::vector<EvalSymbol*>& symbols
 }
 
 EvalOp fusedWith(EvalOp push, EvalOp op) {
-    const int k = op == EvalOp::Add ? 0 : op == EvalOp::Sub ? 1 : op == EvalOp::Mul ? 2 : op == EvalOp::Div ? 3 : -1;
-    if (k < 0)
+    const int k = static_cast<int>(op) - static_cast<int>(EvalOp::Add);
+    static constexpr bool kFusable[] = {true, true, true, true, false, false, false, false, false,
+                                        true, true, true, true, true, true};
+    if (k < 0 || k >= 15 || !kFusable[k])
         return op;
+    const int slot = k < 4 ? k : k - 5; // Lt follows Div in the fused order
     const int first = static_cast<int>(push == EvalOp::PushNum ? EvalOp::AddNum : EvalOp::AddVar);
-    return static_cast<EvalOp>(first + k);
+    return static_cast<EvalOp>(first + slot);
 }
 
 // The loaded form: names and strings bound, pushes fused with the operation
@@ -310,7 +313,11 @@ void build(const std::vector<Decoded>& code, const std::vector<EvalSymbol*>& sym
         case EvalOp::PushVar:
         case EvalOp::StoreVar: insn.var = &symbols[d.operand]->value; break;
         case EvalOp::PushStr: insn.string = &p.strings[d.operand]; break;
-        case EvalOp::Call: insn.function = symbols[d.operand]; break;
+        case EvalOp::Call:
+            insn.function = symbols[d.operand];
+            if (d.argc == 1 && d.mask == 0)
+                insn.op = EvalOp::Call1;
+            break;
         default: break;
         }
         if ((d.op == EvalOp::PushNum || d.op == EvalOp::PushVar) && i + 1 < n && !target[i + 1]) {
@@ -326,8 +333,10 @@ void build(const std::vector<Decoded>& code, const std::vector<EvalSymbol*>& sym
     LoadedInsn end{};
     end.op = EvalOp::End;
     p.code.push_back(end);
-    for (std::size_t i = 0; i + 1 < p.code.size(); ++i) {
+    const void* const* handlers = evalHandlers();
+    for (std::size_t i = 0; i < p.code.size(); ++i) {
         LoadedInsn& insn = p.code[i];
+        insn.handler = handlers[static_cast<int>(insn.op)];
         if (insn.op == EvalOp::Jmp || insn.op == EvalOp::Jz || insn.op == EvalOp::Jnz) {
             insn.target = index[insn.target];
             insn.argc = insn.target <= i; // a backward jump counts against the steps

@@ -69,27 +69,37 @@ struct Table {
         s->function = function;
         s->argc = argc;
     }
+    template <double (*F)(double)>
+    void bind(std::string_view name) {
+        bind(name, unary<F>, 1);
+        records.back().direct1 = F;
+    }
+    template <double (*F)(double, double)>
+    void bind(std::string_view name) {
+        bind(name, binary<F>, 2);
+        records.back().direct2 = F;
+    }
 
     Table() {
         add("pi", EvalSymbol::Constant)->value = 3.14159265358979323846;
         add("e", EvalSymbol::Constant)->value = 2.71828182845904523536;
-        bind("sin", unary<std::sin>, 1);
-        bind("cos", unary<std::cos>, 1);
-        bind("tan", unary<std::tan>, 1);
-        bind("asin", unary<std::asin>, 1);
-        bind("acos", unary<std::acos>, 1);
-        bind("atan", unary<std::atan>, 1);
-        bind("atan2", binary<std::atan2>, 2);
-        bind("sqrt", unary<std::sqrt>, 1);
-        bind("exp", unary<std::exp>, 1);
-        bind("log", unary<std::log>, 1);
-        bind("log10", unary<std::log10>, 1);
-        bind("abs", unary<std::fabs>, 1);
-        bind("floor", unary<std::floor>, 1);
-        bind("ceil", unary<std::ceil>, 1);
-        bind("min", binary<minOf>, 2);
-        bind("max", binary<maxOf>, 2);
-        bind("pow", binary<std::pow>, 2);
+        bind<std::sin>("sin");
+        bind<std::cos>("cos");
+        bind<std::tan>("tan");
+        bind<std::asin>("asin");
+        bind<std::acos>("acos");
+        bind<std::atan>("atan");
+        bind<std::atan2>("atan2");
+        bind<std::sqrt>("sqrt");
+        bind<std::exp>("exp");
+        bind<std::log>("log");
+        bind<std::log10>("log10");
+        bind<std::fabs>("abs");
+        bind<std::floor>("floor");
+        bind<std::ceil>("ceil");
+        bind<minOf>("min");
+        bind<maxOf>("max");
+        bind<std::pow>("pow");
         bind("len", length, 1);
     }
 };
@@ -206,6 +216,8 @@ int FLbindfunc(const char* name, FLfunction function, int argCount) {
     if (s->argc != argCount)
         return FLseterror(kFLargumentCount);
     s->function = function;
+    s->direct1 = nullptr;
+    s->direct2 = nullptr;
     return 0;
 }
 

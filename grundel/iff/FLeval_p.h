@@ -36,8 +36,12 @@ enum class EvalOp : std::uint8_t {
     Jnz = 0x32,       // target:u32; pops the condition
     Call = 0x40,      // name:u16 argc:u8 stringMask:u16 (bit i: argument i is a string)
 
-    // Only in loaded code: a push fused with the arithmetic after it.
-    AddNum = 0x80, SubNum, MulNum, DivNum, AddVar, SubVar, MulVar, DivVar, End,
+    // Only in loaded code: a push fused with the operation after it, in the
+    // order Add, Sub, Mul, Div, Lt, Le, Gt, Ge, Eq, Ne.
+    AddNum = 0x80, SubNum, MulNum, DivNum, LtNum, LeNum, GtNum, GeNum, EqNum, NeNum,
+    AddVar = 0x90, SubVar, MulVar, DivVar, LtVar, LeVar, GtVar, GeVar, EqVar, NeVar,
+    Call1 = 0xa0, // a call of one number
+    End = 0xa1,
 };
 
 // What an instruction of stored code takes and leaves: its operand bytes,
@@ -148,9 +152,14 @@ struct EvalSymbol {
     int argc = 0;
     double value = 0;
     FLfunction function = nullptr;
+    // The same function called directly on numbers, for those bound from
+    // the start (cleared when the name is bound again).
+    double (*direct1)(double) = nullptr;
+    double (*direct2)(double, double) = nullptr;
 };
 
 struct LoadedInsn {
+    const void* handler; // the code that runs it (evalHandlers())
     EvalOp op;
     std::uint8_t argc;
     std::uint16_t mask;
@@ -184,6 +193,9 @@ struct EvalLock {
     EvalLock(const EvalLock&) = delete;
     EvalLock& operator=(const EvalLock&) = delete;
 };
+
+// The address of each instruction's code, by opcode.
+const void* const* evalHandlers() noexcept;
 
 // Compiles source into stored code.
 int compileEval(std::string_view source, std::vector<std::uint8_t>& code);
