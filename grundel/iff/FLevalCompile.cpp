@@ -109,6 +109,8 @@ private:
             std::size_t end = fPos;
             while (end < n && nameChar(fSrc[end]))
                 ++end;
+            if (end - fPos > 255)
+                return fail(kFLsyntax); // a stored name has a one-byte length
             fTok = Tok::Name;
             fText = fSrc.substr(fPos, end - fPos);
             fPos = end;

@@ -121,7 +121,7 @@ bool isEvalKeyword(std::string_view text) noexcept {
 }
 
 bool isEvalName(std::string_view text) noexcept {
-    if (text.empty() || (text[0] >= '0' && text[0] <= '9'))
+    if (text.empty() || text.size() > 255 || (text[0] >= '0' && text[0] <= '9'))
         return false;
     for (char c : text)
         if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'))

@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace std::string_literals;
@@ -145,6 +146,7 @@ TEST(FLeval, EveryCodeOfAMalformedProgram) {
         {"sin(\"a\")", kFLsyntax},
         {"tv_a[0]", kFLsyntax},
         {"1.2.3", kFLsyntax},
+        {"0x10", kFLsyntax},
         {"sin + 1", kFLsyntax},
         {"3 = 4", kFLbadAssignment},
         {"tv_a + tv_b = 1", kFLbadAssignment},
@@ -409,6 +411,35 @@ TEST(FLucode, MalformedCodeIsRefusedBeforeItRuns) {
             }
         }
     FLsetevalsteps(100000000);
+}
+
+} // namespace
+
+namespace {
+
+// Threads that compile, load and run their own programs and define names
+// at the same time.
+TEST(FLeval, ThreadsCompileAndRunSideBySide) {
+    std::vector<std::thread> threads;
+    std::vector<double> results(4, 0);
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([t, &results] {
+            const std::string v = "th_v" + std::to_string(t);
+            const std::string source = v + " = 0; while (" + v + " < 100) " + v + " = " + v + " + 1; " + v + " * 2";
+            double sum = 0;
+            for (int i = 0; i < 50; ++i) {
+                FLputconst(("th_c" + std::to_string(t) + "_" + std::to_string(i)).c_str(), i);
+                FLprogram p;
+                double r = 0;
+                if (FLucode(source, p) == 0 && FLuexec(p, &r) == 0)
+                    sum += r;
+            }
+            results[t] = sum;
+        });
+    for (auto& th : threads)
+        th.join();
+    for (double r : results)
+        EXPECT_EQ(r, 50 * 200);
 }
 
 } // namespace
