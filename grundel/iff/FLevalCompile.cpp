@@ -54,7 +54,7 @@ private:
     std::string_view fText; // the token's characters (names, punctuation)
     double fNumber = 0;
     std::string fString;
-    std::size_t fTokStart = 0;
+    int fLevel = -1; // of a binary operator token (see level())
 
     std::vector<std::uint8_t> fCode;
     std::vector<Name> fNames;
@@ -74,7 +74,10 @@ private:
 
     // Tokens.
 
-    bool isPunct(const char* p) const { return fTok == Tok::Punct && fText == p; }
+    // p is one or two characters.
+    bool isPunct(const char* p) const {
+        return fTok == Tok::Punct && fText[0] == p[0] && (fText.size() == 1 ? p[1] == '\0' : p[1] == fText[1]);
+    }
     bool isName(const char* p) const { return fTok == Tok::Name && fText == p; }
 
     static bool nameChar(char c) {
@@ -84,6 +87,7 @@ private:
 
     bool next() {
         const std::size_t n = fSrc.size();
+        fLevel = -1;
         for (;;) {
             while (fPos < n && (fSrc[fPos] == ' ' || fSrc[fPos] == '\t' || fSrc[fPos] == '\n' || fSrc[fPos] == '\r'))
                 ++fPos;
@@ -94,7 +98,6 @@ private:
             }
             break;
         }
-        fTokStart = fPos;
         if (fPos >= n) {
             fTok = Tok::End;
             fText = {};
@@ -121,6 +124,7 @@ private:
             if (fPos + 1 < n && fSrc[fPos] == two[0] && fSrc[fPos + 1] == two[1]) {
                 fTok = Tok::Punct;
                 fText = fSrc.substr(fPos, 2);
+                fLevel = level(fText);
                 fPos += 2;
                 return true;
             }
@@ -128,6 +132,7 @@ private:
             return fail(kFLsyntax);
         fTok = Tok::Punct;
         fText = fSrc.substr(fPos, 1);
+        fLevel = level(fText);
         ++fPos;
         return true;
     }
@@ -544,13 +549,17 @@ private:
 
     // Binary operators by precedence level, lowest first.
     static int level(std::string_view op) {
-        if (op == "||") return 0;
-        if (op == "&&") return 1;
-        if (op == "==" || op == "!=") return 2;
-        if (op == "<" || op == "<=" || op == ">" || op == ">=") return 3;
-        if (op == "+" || op == "-") return 4;
-        if (op == "*" || op == "/" || op == "%") return 5;
-        return -1;
+        const char second = op.size() > 1 ? op[1] : '\0';
+        switch (op[0]) {
+        case '|': return 0;
+        case '&': return 1;
+        case '=': return second == '=' ? 2 : -1;
+        case '!': return second == '=' ? 2 : -1;
+        case '<': case '>': return 3;
+        case '+': case '-': return 4;
+        case '*': case '/': case '%': return 5;
+        default: return -1;
+        }
     }
 
     bool binary(Expr& e, int lvl) {
@@ -558,7 +567,7 @@ private:
             return unary(e);
         if (!binary(e, lvl + 1))
             return false;
-        while (fTok == Tok::Punct && level(fText) == lvl) {
+        while (fTok == Tok::Punct && fLevel == lvl) {
             const std::string_view op = fText;
             if (lvl <= 1) {
                 if (!logical(e, op == "&&"))

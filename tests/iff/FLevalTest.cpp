@@ -112,6 +112,17 @@ TEST(FLeval, TableOfValues) {
         {"\"x\"; 4", 4},
         {"// a comment\n 6 // another", 6},
         {"1e-300 * 1e-5", 1e-305},
+        // Jumps that land right after a push: the push must stay on its own.
+        {"tv_a + (tv_b > 3 ? 1 : 2)", 4},
+        {"tv_a + (tv_b < 3 ? 1 : 2)", 5},
+        {"(tv_a > 5 || tv_b > 3) * 10 + (tv_a && 0) + (tv_a && tv_b)", 11},
+        {"tv_b - (tv_a < tv_b) * 2 + (tv_a == 3) + (tv_b != 4)", 3},
+        {"max(min(tv_a, 2), max(tv_b, 1)) * (tv_a ? tv_b : 0)", 16},
+        {"\"ab\" + \"cd\" + \"ef\" == \"abcdef\"", 1},
+        {"(\"a\" + \"bc\")[2] == \"c\"[0]", 1},
+        {"(tv_a > 1 ? \"x\" + \"y\" : \"z\") < \"xz\"", 1},
+        {"5; \"a string statement leaves the value\"", 5},
+        {"5.e1 + 0.5e1", 55},
     };
     for (const Case& c : kCases)
         EXPECT_NEAR(evalOk(c.source), c.value, kTolerance) << c.source;
@@ -147,6 +158,11 @@ TEST(FLeval, EveryCodeOfAMalformedProgram) {
         {"tv_a[0]", kFLsyntax},
         {"1.2.3", kFLsyntax},
         {"0x10", kFLsyntax},
+        {"1e", kFLsyntax},
+        {"1e+", kFLsyntax},
+        {"\"\\q\"", kFLsyntax},
+        {"if (\"a\") 1", kFLsyntax},
+        {"{ 1", kFLsyntax},
         {"sin + 1", kFLsyntax},
         {"3 = 4", kFLbadAssignment},
         {"tv_a + tv_b = 1", kFLbadAssignment},
@@ -211,6 +227,36 @@ TEST(FLeval, NestingAndStackAreBounded) {
     // Within the limits the same shapes work.
     EXPECT_EQ(evalOk(std::string(20, '(') + "1" + std::string(20, ')')), 1);
     EXPECT_EQ(evalOk(std::string(21, '-') + "1"), -1);
+}
+
+TEST(FLeval, LongTextsCompileInOnePass) {
+    std::string sum = "1";
+    for (int i = 0; i < 20000; ++i)
+        sum += "+1";
+    EXPECT_EQ(evalOk(sum), 20001);
+    std::string statements;
+    for (int i = 0; i < 5000; ++i)
+        statements += "lt_x = lt_x + 2;\n";
+    EXPECT_EQ(evalOk(statements + "lt_x"), 10000);
+    // Past what one stored code can name.
+    std::string strings;
+    for (int i = 0; i < 0x10000; ++i)
+        strings += "\"\";";
+    EXPECT_EQ(FLeval(strings, nullptr), kFLoverflow);
+    std::string names;
+    for (int i = 0; i < 0x10000; ++i)
+        names += "ln" + std::to_string(i) + "=0;";
+    EXPECT_EQ(FLeval(names, nullptr), kFLoverflow);
+    EXPECT_EQ(FLgetvaraddr("ln0"), nullptr) << "a program that does not compile creates nothing";
+    EXPECT_EQ(FLeval("n" + std::string(256, 'x') + " = 1", nullptr), kFLsyntax);
+}
+
+TEST(FLeval, NonFiniteVariables) {
+    ASSERT_EQ(FLputvar("nf_v", std::nan("")), 0);
+    EXPECT_EQ(FLeval("nf_v + 1", nullptr), kFLoverflow);
+    ASSERT_EQ(FLputvar("nf_v", HUGE_VAL), 0);
+    EXPECT_EQ(FLeval("nf_v * 2", nullptr), kFLoverflow);
+    EXPECT_EQ(evalOk("nf_v > 1"), 1) << "comparisons are not arithmetic";
 }
 
 TEST(FLeval, NamesAreSharedWithTheCaller) {
@@ -339,6 +385,20 @@ TEST(FLucode, StoredCodeRoundTrips) {
     EXPECT_EQ(b, 0) << "an empty program runs to 0";
 }
 
+TEST(FLucode, StoredCodeIsExact) {
+    // Big-endian throughout: the assigned name, no strings, then
+    // push 2.0, store into name 0, pop into the result.
+    const std::string expected = "FLuc\x01"
+                                 "\0\x01" "\x01\0\x04gb_x"
+                                 "\0\0"
+                                 "\0\0\0\x0d"
+                                 "\x01\x40\0\0\0\0\0\0\0" "\x03\0\0" "\x05"s;
+    EXPECT_EQ(bytesOf("gb_x = 2"), expected);
+    // Operations on constants fold into one number; "-" on a variable does not.
+    EXPECT_EQ(bytesOf("2 * 3 - 5"), bytesOf("1"));
+    EXPECT_NE(bytesOf("-gb_x"), bytesOf("gb_x"));
+}
+
 TEST(FLucode, BindingRefusesNamesOfAnotherKind) {
     defineNames();
     EXPECT_EQ(FLputvar("ld_v", 1), 0);
@@ -384,6 +444,28 @@ TEST(FLucode, MalformedCodeIsRefusedBeforeItRuns) {
     };
     for (std::size_t i = 0; i < bad.size(); ++i)
         EXPECT_EQ(load(bad[i]), kFLbadUcode) << "case " << i;
+
+    // Names: a call of "sin" (one argument) with the wrong count or a string
+    // bit past its arguments; a kind, a keyword and a duplicate that no
+    // compiler writes.
+    const std::string sinName = "\0\x01\x02\x01\x03sin"s;
+    auto withNames = [](const std::string& names, const std::string& code) {
+        std::string b = "FLuc\x01"s + names + "\0\0"s;
+        const auto n = static_cast<std::uint32_t>(code.size());
+        for (int s = 24; s >= 0; s -= 8)
+            b.push_back(static_cast<char>(n >> s));
+        return b + code;
+    };
+    EXPECT_EQ(load(withNames(sinName, one + "\x40\0\0\x01\0\0\x05"s)), 0);
+    EXPECT_EQ(load(withNames(sinName, one + one + "\x40\0\0\x02\0\0\x05"s)), kFLbadUcode);
+    EXPECT_EQ(load(withNames(sinName, one + "\x40\0\0\x01\0\x02\x05"s)), kFLbadUcode);
+    EXPECT_EQ(load(withNames("\0\x01\x04\0\x01x"s, "")), kFLbadUcode);
+    EXPECT_EQ(load(withNames("\0\x01\x01\0\x02if"s, "")), kFLbadUcode);
+    EXPECT_EQ(load(withNames("\0\x02\x01\0\x01x\x01\0\x01x"s, "")), kFLbadUcode);
+    EXPECT_EQ(load(withNames("\0\x01\x01\0\x01x"s, std::string("\x02\0\0\x05", 4))), 0)
+        << "an assigned name may be read";
+    EXPECT_EQ(load(withNames("\0\x01\x00\0\x02pi"s, std::string("\x03\0\0\x05", 4))), kFLbadUcode)
+        << "a name only read is never stored into";
 
     // A loop that keeps pushing: its depth differs on the way back.
     EXPECT_EQ(load(codeOf(one + "\x30\0\0\0\0"s)), kFLbadUcode);
