@@ -1,26 +1,25 @@
-// The evaluator's compiler: one pass of recursive descent, its depth bounded
+// The evaluator's compiler: one pass of recursive descent over the tokens, its depth bounded
 // by kFLevalMaxNesting, from text to stored code. Operations on numbers known
 // when compiling are folded into one number.
 #include "grundel/iff/FLeval_p.h"
+#include "grundel/iff/FLevalLex_p.h"
 
-#include <charconv>
 #include <cstring>
 #include <unordered_map>
 
 namespace grundel::detail {
 namespace {
 
-enum class Tok { End, Number, String, Name, Punct };
 enum class Type { Num, Str };
 
 class Compiler {
 public:
-    Compiler(std::string_view source, std::vector<std::uint8_t>& out) : fSrc(source), fOut(out) {}
+    Compiler(std::string_view source, std::vector<std::uint8_t>& out) : fLex(source), fOut(out) {}
 
     int run() {
         if (!next())
             return fError;
-        while (fTok != Tok::End)
+        while (fLex.tok != EvalTok::End)
             if (!statement())
                 return fError;
         return write() ? 0 : fError;
@@ -45,16 +44,9 @@ private:
         std::string_view name;
     };
 
-    std::string_view fSrc;
+    EvalLexer fLex;
     std::vector<std::uint8_t>& fOut;
-    std::size_t fPos = 0;
     int fError = 0;
-
-    Tok fTok = Tok::End;
-    std::string_view fText; // the token's characters (names, punctuation)
-    double fNumber = 0;
-    std::string fString;
-    int fLevel = -1; // of a binary operator token (see level())
 
     std::vector<std::uint8_t> fCode;
     std::vector<Name> fNames;
@@ -72,150 +64,13 @@ private:
         return false;
     }
 
-    // Tokens.
-
-    // p is one or two characters.
-    bool isPunct(const char* p) const {
-        return fTok == Tok::Punct && fText[0] == p[0] && (fText.size() == 1 ? p[1] == '\0' : p[1] == fText[1]);
-    }
-    bool isName(const char* p) const { return fTok == Tok::Name && fText == p; }
-
-    static bool nameChar(char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-    }
-    static bool digit(char c) { return c >= '0' && c <= '9'; }
-
     bool next() {
-        const std::size_t n = fSrc.size();
-        fLevel = -1;
-        for (;;) {
-            while (fPos < n && (fSrc[fPos] == ' ' || fSrc[fPos] == '\t' || fSrc[fPos] == '\n' || fSrc[fPos] == '\r'))
-                ++fPos;
-            if (fPos + 1 < n && fSrc[fPos] == '/' && fSrc[fPos + 1] == '/') {
-                while (fPos < n && fSrc[fPos] != '\n')
-                    ++fPos;
-                continue;
-            }
-            break;
-        }
-        if (fPos >= n) {
-            fTok = Tok::End;
-            fText = {};
-            return true;
-        }
-        const char c = fSrc[fPos];
-        if (digit(c) || (c == '.' && fPos + 1 < n && digit(fSrc[fPos + 1])))
-            return number();
-        if (c == '"')
-            return string();
-        if (nameChar(c)) {
-            std::size_t end = fPos;
-            while (end < n && nameChar(fSrc[end]))
-                ++end;
-            if (end - fPos > 255)
-                return fail(kFLsyntax); // a stored name has a one-byte length
-            fTok = Tok::Name;
-            fText = fSrc.substr(fPos, end - fPos);
-            fPos = end;
-            return true;
-        }
-        static const char* const kTwo[] = {"==", "!=", "<=", ">=", "&&", "||"};
-        for (const char* two : kTwo)
-            if (fPos + 1 < n && fSrc[fPos] == two[0] && fSrc[fPos + 1] == two[1]) {
-                fTok = Tok::Punct;
-                fText = fSrc.substr(fPos, 2);
-                fLevel = level(fText);
-                fPos += 2;
-                return true;
-            }
-        if (!std::strchr("(){}[],;?:=+-*/%^!<>", c) || c == '\0')
-            return fail(kFLsyntax);
-        fTok = Tok::Punct;
-        fText = fSrc.substr(fPos, 1);
-        fLevel = level(fText);
-        ++fPos;
+        if (int code = fLex.next())
+            return fail(code);
         return true;
     }
-
-    bool number() {
-        const std::size_t n = fSrc.size();
-        std::size_t end = fPos;
-        // The decimal exponent of the first significant digit tells an
-        // overflow from an underflow when the value is out of range.
-        long lead = 0;
-        bool seen = false, point = false;
-        for (; end < n && (digit(fSrc[end]) || (fSrc[end] == '.' && !point)); ++end) {
-            const char c = fSrc[end];
-            if (c == '.')
-                point = true;
-            else if (!seen && c != '0')
-                seen = true, lead = point ? lead - 1 : 0;
-            else if (!seen && point)
-                --lead; // a zero between the point and the first digit
-            else if (seen && !point && lead < 100000)
-                ++lead;
-        }
-        long exponent = 0;
-        if (end < n && (fSrc[end] == 'e' || fSrc[end] == 'E')) {
-            std::size_t e = end + 1;
-            bool negative = false;
-            if (e < n && (fSrc[e] == '+' || fSrc[e] == '-'))
-                negative = fSrc[e++] == '-';
-            if (e >= n || !digit(fSrc[e]))
-                return fail(kFLsyntax);
-            for (; e < n && digit(fSrc[e]); ++e)
-                if (exponent < 100000)
-                    exponent = exponent * 10 + (fSrc[e] - '0');
-            if (negative)
-                exponent = -exponent;
-            end = e;
-        }
-        if (end < n && (nameChar(fSrc[end]) || fSrc[end] == '.'))
-            return fail(kFLsyntax);
-        const auto [ptr, ec] = std::from_chars(fSrc.data() + fPos, fSrc.data() + end, fNumber);
-        if (ec == std::errc::result_out_of_range || (ec == std::errc() && fNumber == 0 && seen))
-            return fail(exponent + lead >= 0 ? kFLoverflow : kFLunderflow);
-        if (ec != std::errc() || ptr != fSrc.data() + end)
-            return fail(kFLsyntax);
-        if (!(std::fabs(fNumber) <= DBL_MAX))
-            return fail(kFLoverflow);
-        fTok = Tok::Number;
-        fPos = end;
-        return true;
-    }
-
-    bool string() {
-        const std::size_t n = fSrc.size();
-        fString.clear();
-        std::size_t p = fPos + 1;
-        for (;;) {
-            if (p >= n)
-                return fail(kFLunterminatedString);
-            char c = fSrc[p++];
-            if (c == '"')
-                break;
-            if (c == '\n')
-                return fail(kFLmissingQuotes);
-            if (c == '\\') {
-                if (p >= n)
-                    return fail(kFLunterminatedString);
-                switch (fSrc[p++]) {
-                case 'n': c = '\n'; break;
-                case 't': c = '\t'; break;
-                case '\\': c = '\\'; break;
-                case '"': c = '"'; break;
-                case '\n': return fail(kFLmissingQuotes);
-                default: return fail(kFLsyntax);
-                }
-            }
-            if (fString.size() >= kFLevalMaxString)
-                return fail(kFLstringTooLong);
-            fString.push_back(c);
-        }
-        fTok = Tok::String;
-        fPos = p;
-        return true;
-    }
+    bool isPunct(const char* p) const { return fLex.isPunct(p); }
+    bool isName(const char* p) const { return fLex.isName(p); }
 
     // Code.
 
@@ -314,7 +169,7 @@ private:
     };
 
     bool startsExpression() const {
-        return fTok == Tok::Number || fTok == Tok::String || (fTok == Tok::Name && !isEvalKeyword(fText)) ||
+        return fLex.tok == EvalTok::Number || fLex.tok == EvalTok::String || (fLex.tok == EvalTok::Name && !isEvalKeyword(fLex.text)) ||
                isPunct("(") || isPunct("-") || isPunct("+") || isPunct("!");
     }
 
@@ -329,7 +184,7 @@ private:
             if (!next())
                 return false;
             while (!isPunct("}")) {
-                if (fTok == Tok::End)
+                if (fLex.tok == EvalTok::End)
                     return fail(kFLsyntax);
                 if (!statement())
                     return false;
@@ -337,16 +192,16 @@ private:
             --fBlocks;
             return next();
         }
-        if (fTok == Tok::Name) {
-            if (fText == "if")
+        if (fLex.tok == EvalTok::Name) {
+            if (fLex.text == "if")
                 return ifStatement();
-            if (fText == "while")
+            if (fLex.text == "while")
                 return whileStatement();
-            if (fText == "do")
+            if (fLex.text == "do")
                 return doStatement();
-            if (fText == "const")
+            if (fLex.text == "const")
                 return constStatement();
-            if (fText == "else")
+            if (fLex.text == "else")
                 return fail(kFLelseWithoutIf);
         }
         Expr e;
@@ -359,7 +214,7 @@ private:
     bool endStatement() {
         if (isPunct(";"))
             return next();
-        if (fTok == Tok::End || (isPunct("}") && fBlocks > 0))
+        if (fLex.tok == EvalTok::End || (isPunct("}") && fBlocks > 0))
             return true;
         if (isPunct(")") || isPunct("}"))
             return fail(kFLunbalanced);
@@ -428,9 +283,9 @@ private:
     bool constStatement() {
         if (!next())
             return false;
-        if (fTok != Tok::Name || isEvalKeyword(fText))
+        if (fLex.tok != EvalTok::Name || isEvalKeyword(fLex.text))
             return fail(kFLconstName);
-        const std::string_view name = fText;
+        const std::string_view name = fLex.text;
         double known = 0;
         bool defined = false;
         if (auto it = fNameIndex.find(name); it != fNameIndex.end()) {
@@ -547,28 +402,13 @@ private:
         return true;
     }
 
-    // Binary operators by precedence level, lowest first.
-    static int level(std::string_view op) {
-        const char second = op.size() > 1 ? op[1] : '\0';
-        switch (op[0]) {
-        case '|': return 0;
-        case '&': return 1;
-        case '=': return second == '=' ? 2 : -1;
-        case '!': return second == '=' ? 2 : -1;
-        case '<': case '>': return 3;
-        case '+': case '-': return 4;
-        case '*': case '/': case '%': return 5;
-        default: return -1;
-        }
-    }
-
     bool binary(Expr& e, int lvl) {
         if (lvl > 5)
             return unary(e);
         if (!binary(e, lvl + 1))
             return false;
-        while (fTok == Tok::Punct && fLevel == lvl) {
-            const std::string_view op = fText;
+        while (fLex.tok == EvalTok::Punct && fLex.level == lvl) {
+            const std::string_view op = fLex.text;
             if (lvl <= 1) {
                 if (!logical(e, op == "&&"))
                     return false;
@@ -657,7 +497,7 @@ private:
             Nest nest(*this);
             if (!nest.ok)
                 return false;
-            const char op = fText[0];
+            const char op = fLex.text[0];
             const std::size_t start = fCode.size();
             if (!next() || !unary(e))
                 return false;
@@ -718,26 +558,26 @@ private:
     bool primary(Expr& e) {
         e = Expr();
         e.start = fCode.size();
-        switch (fTok) {
-        case Tok::Number:
+        switch (fLex.tok) {
+        case EvalTok::Number:
             e.constant = true;
-            e.value = fNumber;
-            return pushNumber(fNumber) && next();
-        case Tok::String: {
+            e.value = fLex.number;
+            return pushNumber(fLex.number) && next();
+        case EvalTok::String: {
             if (fStrings.size() >= 0xffff)
                 return fail(kFLoverflow);
-            fStrings.push_back(fString);
+            fStrings.push_back(fLex.string);
             e.type = Type::Str;
             if (!emit(EvalOp::PushStr))
                 return false;
             put16(static_cast<std::uint32_t>(fStrings.size() - 1));
             return next();
         }
-        case Tok::Name:
+        case EvalTok::Name:
             return name(e);
-        case Tok::End:
+        case EvalTok::End:
             return fail(fOpen > 0 ? kFLmissingParenthesis : kFLsyntax);
-        case Tok::Punct:
+        case EvalTok::Punct:
             break;
         }
         if (isPunct("(")) {
@@ -756,7 +596,7 @@ private:
     }
 
     bool name(Expr& e) {
-        const std::string_view text = fText;
+        const std::string_view text = fLex.text;
         if (isEvalKeyword(text))
             return fail(text == "else" ? kFLelseWithoutIf : kFLsyntax);
         if (!next())
