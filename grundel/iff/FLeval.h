@@ -85,6 +85,7 @@ struct FLvalue {
 using FLfunction = int (*)(const FLvalue* args, int count, double* result);
 
 class FLprogram;
+// Described below; declared here to be the program's friends.
 [[nodiscard]] GRUNDEL_API int FLloaducode(const void* bytes, std::size_t size, FLprogram& program);
 [[nodiscard]] GRUNDEL_API int FLuexec(const FLprogram& program, double* result);
 

@@ -321,9 +321,16 @@ void build(const std::vector<Decoded>& code, const std::vector<EvalSymbol*>& sym
         default: break;
         }
         if ((d.op == EvalOp::PushNum || d.op == EvalOp::PushVar) && i + 1 < n && !target[i + 1]) {
-            const EvalOp fused = fusedWith(d.op, code[i + 1].op);
-            if (fused != code[i + 1].op) {
+            const Decoded& after = code[i + 1];
+            const EvalOp fused = fusedWith(d.op, after.op);
+            if (fused != after.op) {
                 insn.op = fused;
+                index[++i] = static_cast<std::uint32_t>(p.code.size());
+            } else if (d.op == EvalOp::PushVar && after.op == EvalOp::Call && after.argc == 1 && after.mask == 0) {
+                // A function of one variable.
+                insn.op = EvalOp::Call1Var;
+                insn.aux = insn.var;
+                insn.function = symbols[after.operand]; // over var, in the union
                 index[++i] = static_cast<std::uint32_t>(p.code.size());
             }
         }
@@ -332,7 +339,11 @@ void build(const std::vector<Decoded>& code, const std::vector<EvalSymbol*>& sym
     index[n] = static_cast<std::uint32_t>(p.code.size());
     LoadedInsn end{};
     end.op = EvalOp::End;
-    p.code.push_back(end);
+    // The last statement's value goes straight out, unless a jump lands between.
+    if (n > 0 && code[n - 1].op == EvalOp::PopResult && !target[n] && p.code.back().op == EvalOp::PopResult)
+        p.code.back().op = EvalOp::Return;
+    else
+        p.code.push_back(end);
     const void* const* handlers = evalHandlers();
     for (std::size_t i = 0; i < p.code.size(); ++i) {
         LoadedInsn& insn = p.code[i];

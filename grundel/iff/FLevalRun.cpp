@@ -51,7 +51,7 @@ int run(const FLprogram::Impl* p, double* result, const void** handlers) {
         GRUNDEL_HANDLER(Concat); GRUNDEL_HANDLER(StrEq); GRUNDEL_HANDLER(StrNe); GRUNDEL_HANDLER(StrLt);
         GRUNDEL_HANDLER(StrLe); GRUNDEL_HANDLER(StrGt); GRUNDEL_HANDLER(StrGe); GRUNDEL_HANDLER(Index);
         GRUNDEL_HANDLER(Jmp); GRUNDEL_HANDLER(Jz); GRUNDEL_HANDLER(Jnz); GRUNDEL_HANDLER(Call);
-        GRUNDEL_HANDLER(Call1);
+        GRUNDEL_HANDLER(Call1); GRUNDEL_HANDLER(Call1Var); GRUNDEL_HANDLER(Return);
         GRUNDEL_HANDLER(AddNum); GRUNDEL_HANDLER(SubNum); GRUNDEL_HANDLER(MulNum); GRUNDEL_HANDLER(DivNum);
         GRUNDEL_HANDLER(LtNum); GRUNDEL_HANDLER(LeNum); GRUNDEL_HANDLER(GtNum); GRUNDEL_HANDLER(GeNum);
         GRUNDEL_HANDLER(EqNum); GRUNDEL_HANDLER(NeNum);
@@ -181,6 +181,24 @@ op_Call1: {
     }
     goto op_Call;
 }
+op_Call1Var: {
+    const EvalSymbol* f = ip->function;
+    if (const auto direct = f->direct1) {
+        r = direct(*ip->aux);
+        if (!(std::fabs(r) <= DBL_MAX))
+            return kFLoverflow;
+        *sp++ = r;
+        GRUNDEL_NEXT;
+    }
+    FLvalue arg{*ip->aux, {}, false};
+    r = 0;
+    if ((code = f->function(&arg, 1, &r)) != 0)
+        return code;
+    if (!(std::fabs(r) <= DBL_MAX))
+        return kFLoverflow;
+    *sp++ = r;
+    GRUNDEL_NEXT;
+}
 op_Call: {
     const EvalSymbol* f = ip->function;
     if (ip->mask == 0 && ip->argc == 1 && f->direct1) {
@@ -208,6 +226,8 @@ op_Call: {
     sp[-1] = r;
     GRUNDEL_NEXT;
 }
+op_Return:
+    value = *--sp;
 op_End:
     if (result)
         *result = value;

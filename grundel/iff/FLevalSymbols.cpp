@@ -41,6 +41,11 @@ int binary(const FLvalue* args, int count, double* result) {
 }
 
 double minOf(double a, double b) { return b < a ? b : a; }
+// These compile to single instructions here rather than calls into libm.
+double sqrtOf(double x) { return std::sqrt(x); }
+double absOf(double x) { return std::fabs(x); }
+double floorOf(double x) { return std::floor(x); }
+double ceilOf(double x) { return std::ceil(x); }
 double maxOf(double a, double b) { return a < b ? b : a; }
 
 int length(const FLvalue* args, int, double* result) {
@@ -90,13 +95,13 @@ struct Table {
         bind<std::acos>("acos");
         bind<std::atan>("atan");
         bind<std::atan2>("atan2");
-        bind<std::sqrt>("sqrt");
+        bind<sqrtOf>("sqrt");
         bind<std::exp>("exp");
         bind<std::log>("log");
         bind<std::log10>("log10");
-        bind<std::fabs>("abs");
-        bind<std::floor>("floor");
-        bind<std::ceil>("ceil");
+        bind<absOf>("abs");
+        bind<floorOf>("floor");
+        bind<ceilOf>("ceil");
         bind<minOf>("min");
         bind<maxOf>("max");
         bind<std::pow>("pow");

@@ -40,8 +40,10 @@ enum class EvalOp : std::uint8_t {
     // order Add, Sub, Mul, Div, Lt, Le, Gt, Ge, Eq, Ne.
     AddNum = 0x80, SubNum, MulNum, DivNum, LtNum, LeNum, GtNum, GeNum, EqNum, NeNum,
     AddVar = 0x90, SubVar, MulVar, DivVar, LtVar, LeVar, GtVar, GeVar, EqVar, NeVar,
-    Call1 = 0xa0, // a call of one number
-    End = 0xa1,
+    Call1 = 0xa0,    // a call of one number
+    Call1Var = 0xa1, // a call of one variable (aux)
+    Return = 0xa2,   // PopResult, then End
+    End = 0xa3,
 };
 
 // What an instruction of stored code takes and leaves: its operand bytes,
@@ -170,6 +172,7 @@ struct LoadedInsn {
         const EvalSymbol* function;
         const std::string* string;
     };
+    const double* aux; // Call1Var: the variable
 };
 
 // True for letters, digits and "_", not starting with a digit, no keyword.

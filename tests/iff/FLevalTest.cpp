@@ -123,6 +123,8 @@ TEST(FLeval, TableOfValues) {
         {"(tv_a > 1 ? \"x\" + \"y\" : \"z\") < \"xz\"", 1},
         {"5; \"a string statement leaves the value\"", 5},
         {"5.e1 + 0.5e1", 55},
+        {"sqrt(tv_b) + abs(-tv_a) + floor(tv_a / 2) + ceil(-tv_a / 2)", 2 + 3 + 1 - 1},
+        {"tv_a ? sqrt(tv_b) : 0", 2},
     };
     for (const Case& c : kCases)
         EXPECT_NEAR(evalOk(c.source), c.value, kTolerance) << c.source;
@@ -336,9 +338,20 @@ TEST(FLeval, BoundFunctions) {
     double r = 0;
     ASSERT_EQ(FLuexec(p, &r), 0);
     EXPECT_EQ(r, 10);
+    ASSERT_EQ(FLputvar("bf_v", 7), 0);
+    FLprogram q;
+    ASSERT_EQ(FLucode("bf_k(bf_v)", q), 0);
+    ASSERT_EQ(FLuexec(q, &r), 0);
+    EXPECT_EQ(r, 14);
     EXPECT_EQ(FLbindfunc("bf_k", thrice, 1), 0);
     ASSERT_EQ(FLuexec(p, &r), 0);
     EXPECT_EQ(r, 15) << "loaded code calls the function bound now";
+    ASSERT_EQ(FLuexec(q, &r), 0);
+    EXPECT_EQ(r, 21);
+    // A function bound from the start, bound again, is no longer called directly.
+    // (No other test calls log10.)
+    ASSERT_EQ(FLbindfunc("log10", thrice, 1), 0);
+    EXPECT_EQ(evalOk("log10(bf_v) + log10(2)"), 27);
     EXPECT_EQ(FLbindfunc("bf_k", thrice, 2), kFLargumentCount);
     EXPECT_EQ(FLbindfunc("bf_x", thrice, kFLevalMaxArgs + 1), kFLargumentCount);
     EXPECT_EQ(FLbindfunc("pi", thrice, 1), kFLbadAssignment);
