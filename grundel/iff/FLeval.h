@@ -66,8 +66,9 @@ constexpr int kFLevalMaxArgs = 16;
 constexpr int kFLevalMaxNesting = 128;
 /// The most values a program may hold at once while it runs.
 constexpr int kFLevalMaxStack = 256;
-/// The most names (variables, constants, functions) the process may hold.
-constexpr TuInt32 kFLevalMaxSymbols = 1u << 20;
+/// The most names (variables, constants, functions) the process may hold;
+/// past it, defining or creating one more gives 33 "no memory".
+constexpr TuInt32 kFLevalMaxSymbols = 1u << 16;
 
 /// One argument of a bound function, filled by the evaluator: a number, or
 /// (isString) a string, not NUL-terminated, that lives until the function

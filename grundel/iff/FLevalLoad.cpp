@@ -237,6 +237,7 @@ bool checkDepths(const std::vector<Decoded>& code) {
 // Binds the names: checks every one first, then creates and defines.
 int bind(const std::vector<StoredName>& names, std::vector<EvalSymbol*>& symbols) {
     symbols.assign(names.size(), nullptr);
+    std::size_t missing = 0;
     for (std::size_t i = 0; i < names.size(); ++i) {
         const StoredName& n = names[i];
         EvalSymbol* s = EvalSymbols::find(n.text);
@@ -265,7 +266,11 @@ int bind(const std::vector<StoredName>& names, std::vector<EvalSymbol*>& symbols
                 return kFLconstRedefined;
             break;
         }
+        missing += s == nullptr;
     }
+    // All or nothing: a table that cannot take every new name takes none.
+    if (EvalSymbols::count() + missing > kFLevalMaxSymbols)
+        return kFLnoMemory;
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (symbols[i])
             continue;

@@ -148,6 +148,8 @@ EvalSymbol* EvalSymbols::add(std::string_view name, EvalSymbol::Kind kind) {
     }
 }
 
+std::size_t EvalSymbols::count() { return table().records.size(); }
+
 void EvalSymbols::lock() { table().lock.lock(); }
 void EvalSymbols::unlock() { table().lock.unlock(); }
 

@@ -186,6 +186,8 @@ public:
     static EvalSymbol* find(std::string_view name);
     // Adds a record; null when the table is full.
     static EvalSymbol* add(std::string_view name, EvalSymbol::Kind kind);
+    // The number of records. Under the lock.
+    static std::size_t count();
     static void lock();
     static void unlock();
 };
