@@ -97,8 +97,10 @@ void grundel(benchmark::State& state, const char* source) {
     Vars v;
     const double initial[4] = {v.a, v.b, v.c, v.d};
     for (int i = 0; i < 4; ++i) {
-        FLputvar(names[i], initial[i]);
-        vars[i] = FLgetvaraddr(names[i]);
+        if (FLputvar(names[i], initial[i]) != 0 || !(vars[i] = FLgetvaraddr(names[i]))) {
+            state.SkipWithError("the variables cannot be defined");
+            return;
+        }
     }
     FLprogram program;
     if (FLucode(source, program) != 0) {

@@ -140,12 +140,13 @@ private:
 
 /// Sets the variable name to value, creating it. kFLconstAssignment when name
 /// is a constant, kFLbadAssignment when it is a function, kFLsyntax when it is
-/// not a name (letters, digits, "_", not starting with a digit, no keyword).
-GRUNDEL_API int FLputvar(const char* name, double value);
+/// not a name (up to 255 letters, digits and "_", not starting with a digit,
+/// no keyword).
+[[nodiscard]] GRUNDEL_API int FLputvar(const char* name, double value);
 /// Defines the constant name. Defining it again with the same value is
 /// accepted; kFLconstRedefined for another value; kFLconstName when name is a
 /// variable or a function, or not a name.
-GRUNDEL_API int FLputconst(const char* name, double value);
+[[nodiscard]] GRUNDEL_API int FLputconst(const char* name, double value);
 /// The address of variable name's value, valid until the process ends; null
 /// (kFLundefinedSymbol) when name is no variable.
 [[nodiscard]] GRUNDEL_API double* FLgetvaraddr(const char* name);
@@ -154,7 +155,7 @@ GRUNDEL_API int FLputconst(const char* name, double value);
 /// already loaded calls the new one); kFLargumentCount for another count or
 /// one out of range; kFLbadAssignment when name is a variable or constant;
 /// kFLsyntax when it is not a name.
-GRUNDEL_API int FLbindfunc(const char* name, FLfunction function, int argCount);
+[[nodiscard]] GRUNDEL_API int FLbindfunc(const char* name, FLfunction function, int argCount);
 
 /// The most backward jumps one run of FLuexec may make, for the calling
 /// thread (default 100000000); 0 forbids loops that repeat.

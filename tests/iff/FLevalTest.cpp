@@ -523,10 +523,10 @@ TEST(FLeval, ThreadsCompileAndRunSideBySide) {
             const std::string source = v + " = 0; while (" + v + " < 100) " + v + " = " + v + " + 1; " + v + " * 2";
             double sum = 0;
             for (int i = 0; i < 50; ++i) {
-                FLputconst(("th_c" + std::to_string(t) + "_" + std::to_string(i)).c_str(), i);
+                const std::string c = "th_c" + std::to_string(t) + "_" + std::to_string(i);
                 FLprogram p;
                 double r = 0;
-                if (FLucode(source, p) == 0 && FLuexec(p, &r) == 0)
+                if (FLputconst(c.c_str(), i) == 0 && FLucode(source, p) == 0 && FLuexec(p, &r) == 0)
                     sum += r;
             }
             results[t] = sum;
