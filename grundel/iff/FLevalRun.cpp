@@ -26,6 +26,13 @@ int compare(const StrSlot& a, const StrSlot& b) {
 // Runs p, or with p null fills the table of handlers (the address of each
 // instruction's code, by opcode) that the loader stores in every
 // instruction: each handler ends by jumping straight to the next one's.
+// There must be one copy of this function, whose labels the table holds:
+// it is never inlined nor cloned.
+#if defined(__clang__)
+__attribute__((noinline))
+#else
+__attribute__((noinline, noclone))
+#endif
 int run(const FLprogram::Impl* p, double* result, const void** handlers) {
 #define GRUNDEL_OP(OP) op_##OP
 #define GRUNDEL_NEXT goto* (++ip)->handler
