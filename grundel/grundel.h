@@ -52,6 +52,7 @@
 #include "grundel/files/TsettingsStore.h"
 #include "grundel/files/TundoFile.h"
 #include "grundel/iff/FLerror.h"
+#include "grundel/iff/FLeval.h"
 #include "grundel/iff/FLfile.h"
 #include "grundel/iff/FLlist.h"
 #include "grundel/iff/FLmemory.h"
