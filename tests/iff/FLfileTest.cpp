@@ -14,9 +14,7 @@ namespace {
 
 const Bytes kXyz = text("xyz");
 
-Bytes header(const char* id, TuInt32 size) {
-    return cat({text(id), be({int(size >> 24), int((size >> 16) & 0xFF), int((size >> 8) & 0xFF), int(size & 0xFF)})});
-}
+constexpr auto header = &headerBytes;
 
 // The code FLbgnget gives for the first chunk inside the root group of bytes.
 int firstInnerCode(Bytes bytes, TuInt32* id = nullptr) {

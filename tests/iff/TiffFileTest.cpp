@@ -11,9 +11,7 @@ using namespace fltest;
 
 namespace {
 
-Bytes header(const char* id, TuInt32 size) {
-    return cat({text(id), be({int(size >> 24), int((size >> 16) & 0xFF), int((size >> 8) & 0xFF), int(size & 0xFF)})});
-}
+constexpr auto header = &headerBytes;
 
 // Buffering is class-wide: every test leaves it off.
 struct BufferingOff {
