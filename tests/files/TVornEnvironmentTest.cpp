@@ -309,29 +309,26 @@ TEST_F(EnvironmentFixture, AppDirThatIsAFile) {
     EXPECT_FALSE(init());
 }
 
-TEST_F(EnvironmentFixture, AppDirThatCannotBeMade) {
-    const std::string unwritableMessage =
-        "Unable to locate valid VORN_APP_DIR. Please specify a writable directory where Vorn can store user data.";
+TEST_F(EnvironmentFixture, AppDirThatCannotBeMadeOrWritten) {
     writeFile(dir.file("plain"), "x");
-    ::setenv("VORN_APP_DIR", (dir.file("plain") + "/vorn").c_str(), 1);
-    answerExit = true;
-    EXPECT_FALSE(init());
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0], unwritableMessage);
-    EXPECT_TRUE(questions[1]);
-}
-
-TEST_F(EnvironmentFixture, AppDirThatIsNotWritable) {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "permission bits do not stop root";
-    answerExit = true;
     const std::string locked = dir.file("locked");
     ::mkdir(locked.c_str(), 0500);
-    ::setenv("VORN_APP_DIR", locked.c_str(), 1);
-    EXPECT_FALSE(init());
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0], "Unable to locate valid VORN_APP_DIR. Please specify a writable directory where Vorn "
-                           "can store user data.");
+    std::vector<std::string> appDirs = {dir.file("plain") + "/vorn"};
+    if (::geteuid() != 0) // permission bits do not stop root
+        appDirs.push_back(locked);
+    answerExit = true;
+    for (const std::string& appDir : appDirs) {
+        SCOPED_TRACE(appDir);
+        TVornEnvironment::reset();
+        messages.clear();
+        questions.clear();
+        ::setenv("VORN_APP_DIR", appDir.c_str(), 1);
+        EXPECT_FALSE(init());
+        ASSERT_EQ(messages.size(), 2u);
+        EXPECT_EQ(messages[0], "Unable to locate valid VORN_APP_DIR. Please specify a writable directory where "
+                               "Vorn can store user data.");
+        EXPECT_TRUE(questions[1]);
+    }
     ::chmod(locked.c_str(), 0700);
 }
 

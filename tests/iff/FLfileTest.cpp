@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 using namespace fltest;
 
@@ -16,9 +14,7 @@ namespace {
 
 const Bytes kXyz = text("xyz");
 
-Bytes header(const char* id, TuInt32 size) {
-    return cat({text(id), be({int(size >> 24), int((size >> 16) & 0xFF), int((size >> 8) & 0xFF), int(size & 0xFF)})});
-}
+constexpr auto header = &headerBytes;
 
 // The code FLbgnget gives for the first chunk inside the root group of bytes.
 int firstInnerCode(Bytes bytes, TuInt32* id = nullptr) {
@@ -540,37 +536,6 @@ TEST(FLfile, PlainReadingAndMarks) {
     EXPECT_EQ(FLdelmark(file, 7), 0);
     EXPECT_EQ(FLdelmark(file, 7), kFLnoMarker);
     EXPECT_EQ(FLclose(file), 0);
-}
-
-TEST(FLfile, DescriptorsAndDrivers) {
-    const TiffSpecialNames names; // memory blocks, pipes and drivers by name
-    const Bytes bytes = writeToMemory(group("FORM", "TEST", {chunk("AAAA", kXyz)}));
-    TempFile disk;
-    disk.setBytes(bytes);
-    const int fd = ::open(disk.path().c_str(), O_RDONLY);
-    std::vector<Node> back;
-    ASSERT_EQ(readAll("fd:" + std::to_string(fd), back), 0);
-    EXPECT_EQ(back[0].children[0].data, kXyz);
-    EXPECT_EQ(::close(fd), 0); // left open by the library
-
-    // A driver: an executable found on the library's search path, run as
-    // "<dir>/<driver> read <rest>".
-    char directory[] = "/tmp/grundel_drivers_XXXXXX";
-    ASSERT_NE(::mkdtemp(directory), nullptr);
-    const std::string driver = std::string(directory) + "/catdrv";
-    if (std::FILE* script = std::fopen(driver.c_str(), "w")) {
-        std::fputs("#!/bin/sh\n[ \"$1\" = read ] && exec cat \"$2\"\nexec cat > \"$2\"\n", script);
-        std::fclose(script);
-    }
-    ::chmod(driver.c_str(), 0755);
-    FLsetpath(directory);
-    EXPECT_EQ(FLfinddriver("catdrv"), Tstring((std::string(directory) + "/").c_str()));
-    back.clear();
-    ASSERT_EQ(readAll("catdrv:" + disk.path(), back), 0);
-    EXPECT_EQ(back[0].children[0].data, kXyz);
-    FLsetpath(nullptr);
-    std::remove(driver.c_str());
-    ::rmdir(directory);
 }
 
 TEST(FLerror, MessagesWordForWord) {

@@ -35,6 +35,19 @@ int settledRuns(TmtThreadSubPool& pool, Job& job, int target) {
     return job.runs.value();
 }
 
+struct Blocking {
+    Latch started, release, finished;
+};
+
+void blockingRun(TmtThreadInfo* info) {
+    auto* job = static_cast<Blocking*>(info->fUserData);
+    job->started.add();
+    job->release.waitFor();
+    job->finished.add();
+}
+
+void noRun(TmtThreadInfo*) { ADD_FAILURE() << "a closed sub-pool ran a job"; }
+
 } // namespace
 
 TEST(TmtThreadSubPool, RunsAJobExactlyCountTimes) {
@@ -95,19 +108,10 @@ TEST(TmtThreadSubPool, DegenerateCountsDoNothing) {
 }
 
 TEST(TmtThreadSubPool, DestructionWaitsForRunsInProgress) {
-    struct Blocking {
-        Latch started, release, finished;
-    } job;
+    Blocking job;
     auto pool = std::make_unique<TmtThreadSubPool>();
     ASSERT_TRUE(pool->initPool(2));
-    pool->execute(
-        [](TmtThreadInfo* info) {
-            auto* j = static_cast<Blocking*>(info->fUserData);
-            j->started.add();
-            j->release.waitFor();
-            j->finished.add();
-        },
-        &job, 2);
+    pool->execute(&blockingRun, &job, 2);
     ASSERT_TRUE(job.started.waitFor(2));
     Latch destroyed;
     std::thread destroyer([&] {
@@ -122,23 +126,6 @@ TEST(TmtThreadSubPool, DestructionWaitsForRunsInProgress) {
     EXPECT_EQ(job.finished.value(), 2);
     EXPECT_EQ(TmtThread::numSpawnedThreads(), 0);
 }
-
-namespace {
-
-struct Blocking {
-    Latch started, release, finished;
-};
-
-void blockingRun(TmtThreadInfo* info) {
-    auto* job = static_cast<Blocking*>(info->fUserData);
-    job->started.add();
-    job->release.waitFor();
-    job->finished.add();
-}
-
-void noRun(TmtThreadInfo*) { ADD_FAILURE() << "a closed sub-pool ran a job"; }
-
-} // namespace
 
 TEST(TmtThreadSubPool, PoolShutdownLetsRunsFinishThenClosesTheTeams) {
     TmtThreadSubPool busy, idle, ended, unused;
