@@ -3,6 +3,7 @@
 #include "grundel/data/Tdata.h"
 #include "grundel/data/TdataLetter.h"
 #include "grundel/data/TdataUnknown.h"
+#include "grundel/data/TdataVoidPtr.h"
 #include "grundel/data/TmetaLetter.h"
 #include "grundel/iff/FLerror.h"
 #include "grundel/iff/TiffFile.h"
@@ -24,8 +25,8 @@ Tdata keepUnknown(TiffTag tag, const char* data, TuInt32 size) {
 int TdataChunk::write(TiffFile& file, const Tdata& value) {
     if (value.isNULL())
         return 0;
-    if (value.isAddr())
-        return -1;
+    if (value.isAddr() || value.cast(&TdataVoidPtr::fsMetaclass))
+        return -1; // addresses never go to files: not even an empty chunk
     // A known size spares a seek back on closing, and lets kept chunks
     // come back byte for byte.
     Tint32 size = value.isAnimTime() ? 4 : value.isNumeric() ? 8 : -1;

@@ -27,7 +27,7 @@ public:
     /// Writes value as one chunk into the open group of file: identifier
     /// value.tag(), then the value's payload. 0 on success; the NULL value
     /// writes nothing and gives 0; a value that cannot be written (an
-    /// address) writes nothing and gives -1; otherwise -1 when writing the
+    /// address, or a TdataVoidPtr) writes nothing and gives -1; otherwise -1 when writing the
     /// payload failed or the library's code (file.error()) of opening or
     /// closing the chunk.
     [[nodiscard]] static int write(TiffFile& file, const Tdata& value);

@@ -21,6 +21,11 @@ class TdataLetter;
 /// entries it made. Registration belongs to start-up (static
 /// initialisation) or to times when no other thread reads the registry;
 /// lookups may then run on any thread.
+///
+/// The letter classes built into the library are registered on the first
+/// lookup (findTypeid, construct), so that a program linked against the
+/// static library finds them too; code that reads fsIffTable or
+/// fsNameTable directly calls findTypeid once first.
 class GRUNDEL_API TmetaLetter {
 public:
     /// Registers record under typeName (the name its letters use after

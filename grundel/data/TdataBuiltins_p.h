@@ -1,0 +1,17 @@
+#pragma once
+// Registration of the letter classes built into the library.
+
+namespace grundel::detail {
+
+// Each registers one family of letters with TmetaLetter, once; defined in
+// the family's own source file, so that calling it also links that file
+// into a program built against the static library.
+void registerMatrixLetters();
+void registerSpectrumLetters();
+void registerTupleLetters();
+void registerVoidPtrLetter();
+
+/// Registers every built-in letter class, once (thread-safe).
+void registerBuiltinLetters();
+
+} // namespace grundel::detail
