@@ -1,6 +1,7 @@
 #include "grundel/data/TmetaLetter.h"
 
 #include "grundel/core/TnameTable.h"
+#include "grundel/data/TdataBuiltins_p.h"
 #include "grundel/data/TdataLetter.h"
 #include "grundel/data/TdataUnknown.h"
 #include "grundel/iff/TiffTable.h"
@@ -40,6 +41,7 @@ TmetaLetter::~TmetaLetter() {
 }
 
 Tmetaclass* TmetaLetter::findTypeid(TiffTag tag) noexcept {
+    grundel::detail::registerBuiltinLetters();
     Tmetaclass* record = nullptr;
     if (fsIffTable)
         (void)fsIffTable->find(tag.value(), record);
@@ -47,6 +49,7 @@ Tmetaclass* TmetaLetter::findTypeid(TiffTag tag) noexcept {
 }
 
 Tmetaclass* TmetaLetter::findTypeid(std::string_view name) noexcept {
+    grundel::detail::registerBuiltinLetters();
     return fsNameTable && !name.empty() ? fsNameTable->find(name) : nullptr;
 }
 
