@@ -3,7 +3,9 @@
 // chunk file read value by value with TdataChunk::read; 2, a line of text
 // for Tdata::readASCII into a number, a time or an address envelope.
 // Whatever is read must write back and read again; kept chunks must come
-// back byte for byte.
+// back byte for byte, and a value read from what it wrote must write the
+// same bytes again. The tag chooses the class, so every registered class
+// is reached (the built-in ones are registered on the first lookup).
 #include <grundel/grundel.h>
 
 #include <cstdint>
@@ -62,6 +64,13 @@ void decodeOne(const char* bytes, std::size_t size) {
         check(code == 0, "writing a read value back");
         check(again == payload, "bytes not reproduced");
     }
+    if (code != 0)
+        return;
+    // What a value writes reads back into a value that writes it again.
+    Tdata second;
+    (void)TdataChunk::decode(tag, again.data(), TuInt32(again.size()), second);
+    int secondCode = 0;
+    check(rewrittenPayload(second, secondCode) == again && secondCode == 0, "a written value does not read back");
 }
 
 void readFile(const char* bytes, std::size_t size) {

@@ -45,15 +45,19 @@ private:
 
 constexpr TuInt64 padded4(TuInt64 n) noexcept { return (n + 3) & ~TuInt64(3); }
 
-// The payload that TdataChunk::write puts for value, into out; false when
-// the value cannot be written.
+// The payload value writes, into out; false when it cannot be written.
 bool payloadBytes(const Tdata& value, TuInt8Array& out) {
     // A chunk written into a group in memory: group header (12 bytes),
-    // chunk header (8 bytes), then the payload.
+    // chunk header (8 bytes), then the payload. The chunk is named by a
+    // fixed tag, so that a child kept under a tag the chunk library would
+    // refuse as a chunk's (a group's, say) is written all the same.
     const TiffSpecialNames names;
     TiffFile file("mem:", "w");
     if (file.beginWriteGroup(TiffTag('F', 'O', 'R', 'M'), TdataCompound::kTag) != 0 ||
-        TdataChunk::write(file, value) != 0 || file.endWriteGroup() != 0)
+        file.beginPut(TiffTag('D', 'A', 'T', 'A'), -1) != 0)
+        return false;
+    const int written = value.writeBinary(file);
+    if (file.endPut() != 0 || written != 0 || file.endWriteGroup() != 0)
         return false;
     const void* data = nullptr;
     std::size_t size = 0;

@@ -75,9 +75,13 @@ TEST(TdataCompound, ChildrenAsPaddedChunks) {
     EXPECT_EQ(read->child(1).doubleValue(), 1.5);
     EXPECT_EQ(payloadOf(back), expected);
 
-    // Unknown tags inside stay as they were.
-    const Bytes unknown = {'Z', 'Z', 'Z', 'Z', 0, 0, 0, 3, 1, 2, 3, 0};
-    EXPECT_EQ(payloadOf(decodedAs("CMPD", unknown, TdataChunk::kRead)), unknown);
+    // Unknown tags inside stay as they were, even those no data chunk may
+    // have on its own.
+    for (const char* tag : {"ZZZZ", "FORM", "    "}) {
+        Bytes unknown = {0, 0, 0, 0, 0, 0, 0, 3, 1, 2, 3, 0};
+        std::copy(tag, tag + 4, unknown.begin());
+        EXPECT_EQ(payloadOf(decodedAs("CMPD", unknown, TdataChunk::kRead)), unknown) << tag;
+    }
     EXPECT_EQ(payloadOf(Tdata(new TdataCompound)), Bytes{});
 }
 
