@@ -114,7 +114,8 @@ void writeCase(benchmark::State& state) {
     const long n = state.range(0);
     const std::string path = tempPath("write");
     const Tdata letter = makeLetter<Letter>(n);
-    std::vector<Element> values(std::size_t(n)), scratch;
+    std::vector<Element> values(static_cast<std::size_t>(n));
+    std::vector<Element> scratch;
     for (long i = 0; i < n; ++i)
         values[std::size_t(i)] = valueAt<Element>(i);
     for (auto _ : state) {
@@ -135,7 +136,8 @@ void readCase(benchmark::State& state) {
     const bool ours = std::is_same<Impl, Letter>::value;
     const long n = state.range(0);
     const std::string path = tempPath("read");
-    std::vector<Element> values(std::size_t(n)), scratch;
+    std::vector<Element> values(static_cast<std::size_t>(n));
+    std::vector<Element> scratch;
     for (long i = 0; i < n; ++i)
         values[std::size_t(i)] = valueAt<Element>(i);
     if ((ours ? writeLetter<Letter>(path, makeLetter<Letter>(n)) : writeStdio(path, values, scratch)) != 0) {
@@ -143,7 +145,9 @@ void readCase(benchmark::State& state) {
         return;
     }
     for (auto _ : state) {
-        const long count = ours ? readLetter<Letter>(path) : readStdio(path, scratch);
+        // Each read makes a new array, as reading a new value does.
+        std::vector<Element> read;
+        const long count = ours ? readLetter<Letter>(path) : readStdio(path, read);
         if (count != n) {
             state.SkipWithError("reading failed");
             break;
