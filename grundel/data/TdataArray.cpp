@@ -45,11 +45,13 @@ void TdataArrayLetter<A>::setValue(TuInt32 i, Element value) {
 
 template <class A>
 void TdataArrayLetter<A>::assign(const Element* values, TuInt32 n) {
-    // Whatever others share stays theirs; this letter starts a new array.
-    fElements.reset();
-    A& array = writableArray();
+    // Whatever others share stays theirs; this letter starts a new array,
+    // filled before the old one goes (values may be its elements).
+    A fresh(kInitialRoom);
     if (n)
-        (void)array.addLast(values, n);
+        (void)fresh.addLast(values, n);
+    fElements.reset();
+    writableArray().swap(fresh);
 }
 
 template <class A>

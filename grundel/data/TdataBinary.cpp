@@ -27,9 +27,11 @@ int hexDigit(char c) noexcept {
 } // namespace
 
 void TdataBinary::assign(const void* data, TuInt32 n) {
-    fBytes.reset();
+    // Filled before the old bytes go: data may point into them.
+    TuInt8Array fresh;
     if (n)
-        (void)fBytes.addLast(static_cast<const TuInt8*>(data), n);
+        (void)fresh.addLast(static_cast<const TuInt8*>(data), n);
+    fBytes.swap(fresh);
 }
 
 void TdataBinary::debug(TdebugOutput& out, unsigned int) const {

@@ -20,7 +20,10 @@ class TdataLetter;
 /// is simply not found under it. Destroying a TmetaLetter removes only the
 /// entries it made. Registration belongs to start-up (static
 /// initialisation) or to times when no other thread reads the registry;
-/// lookups may then run on any thread.
+/// lookups may then run on any thread. The library's own letter classes
+/// are registered by the first lookup (construct or findTypeid), so that a
+/// static build, which drops object files nothing refers to, knows them
+/// all; read fsIffTable and fsNameTable directly only after a lookup.
 class GRUNDEL_API TmetaLetter {
 public:
     /// Registers record under typeName (the name its letters use after

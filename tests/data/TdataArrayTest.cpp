@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -118,13 +120,18 @@ TEST(TdataArray, CopiesShareElementsUntilOneWrites) {
     EXPECT_EQ(copied->value(0), 10);
     EXPECT_FALSE(*copied == original);
 
+    // Assigning a letter its own elements (the array is not shared now).
+    copied->assign(copied->elements() + 1, 1);
+    ASSERT_EQ(copied->count(), 1u);
+    EXPECT_EQ(copied->value(0), 2);
+
     // Reading into a letter leaves the elements of its copies alone.
     Tdata second(copied->copy());
     const Bytes one = {0, 0, 0, 5};
     TuInt32 remaining = 4;
     const char* cursor = reinterpret_cast<const char*>(one.data());
     ASSERT_EQ(copied->readBinary(TdataInt32Array::kTag, remaining, cursor), 0);
-    EXPECT_EQ(static_cast<TdataInt32Array*>(second.letter())->value(0), 10);
+    EXPECT_EQ(static_cast<TdataInt32Array*>(second.letter())->value(0), 2);
     EXPECT_EQ(copied->value(0), 5);
 }
 
@@ -204,6 +211,34 @@ TEST(TdataArray, TextHintsOfDoubles) {
     Tfile none;
     EXPECT_EQ(ticks.writeASCII(none, 2), 0);
     EXPECT_EQ(none.text(), "");
+}
+
+std::string debugText(const TdataLetter& letter) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* stream = open_memstream(&text, &size);
+    TdebugOutput out(stream);
+    letter.debug(out);
+    std::fclose(stream);
+    std::string result(text, size);
+    std::free(text);
+    return result;
+}
+
+TEST(TdataArray, DebugListings) {
+    TdataInt32Array ints;
+    EXPECT_EQ(debugText(ints), "Int32Array : NULL\n");
+    ints.addLast(4);
+    ints.addLast(-5);
+    EXPECT_EQ(debugText(ints), "Int32Array : 2 members\n[0]\t= 4\n[1]\t= -5\n");
+    TdataUInt64Array wide;
+    wide.addLast(~0ull);
+    EXPECT_EQ(debugText(wide), "uInt64Array : 1 members\n[0]\t= 18446744073709551615\n");
+    TdataDoubleArray doubles;
+    doubles.addLast(0.5);
+    EXPECT_EQ(debugText(doubles), "Size 1\n[0]\t= 0.5\n");
+    const unsigned char bytes[] = {0x0A, 0xFF};
+    EXPECT_EQ(debugText(TdataBinary(bytes, 2)), "Binary Data 2 bytes\n0aff\n");
 }
 
 } // namespace
