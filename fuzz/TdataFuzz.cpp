@@ -2,9 +2,11 @@
 // 0, a chunk's tag (4 bytes) and payload for TdataChunk::decode; 1, a whole
 // chunk file read value by value with TdataChunk::read; 2, a line of text
 // for Tdata::readASCII into a number, a time or an address envelope.
-// Every registered letter class is reached through its tag or type name.
-// Whatever is read must write back and read again; kept chunks, and the
-// letters that keep their elements' bits, must come back byte for byte.
+// Every registered letter class is reached through its tag or type name
+// (the built-in ones are registered on the first lookup). Whatever is read
+// must write back and read again; kept chunks, and the letters that keep
+// their elements' bits, must come back byte for byte, and a value read from
+// what it wrote must write the same bytes again.
 #include <grundel/grundel.h>
 
 #include <cstdint>
@@ -98,6 +100,13 @@ void decodeOne(const char* bytes, std::size_t size) {
         check(again == payload.substr(0, payload.size() - unread), "a letter's bytes not reproduced");
     }
     checkText(value);
+    if (code != 0)
+        return;
+    // What a value writes reads back into a value that writes it again.
+    Tdata second;
+    (void)TdataChunk::decode(tag, again.data(), TuInt32(again.size()), second);
+    int secondCode = 0;
+    check(rewrittenPayload(second, secondCode) == again && secondCode == 0, "a written value does not read back");
 }
 
 void readFile(const char* bytes, std::size_t size) {

@@ -7,10 +7,13 @@
 namespace grundel::detail {
 
 void registerBuiltinLetters() {
+    // A function-local static runs once; concurrent first lookups wait for it.
     static const bool registered = [] {
         // One line per family, sorted.
+        registerArrayLetters();
         registerMatrixLetters();
         registerSpectrumLetters();
+        registerStructuredLetters();
         registerTupleLetters();
         registerVoidPtrLetter();
         return true;

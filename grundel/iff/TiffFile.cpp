@@ -171,8 +171,9 @@ int TiffFile::getString(char* buffer, std::size_t length) {
 namespace {
 
 // 0 when length more bytes can be read here: 24 on a file being written, 13 past the open chunk's known
-// size, 8 past the end of a file of known length.
-int checkReadable(_FLfile* file, std::size_t length) {
+// size, 8 past the end of a file of known length. present tells whether the file's length vouched for
+// the bytes.
+int checkReadable(_FLfile* file, std::size_t length, bool* present = nullptr) {
     if (file->flags & kFLwriting)
         return FLseterror(kFLbadMode);
     const _FLcontext* level = file->context;
@@ -186,6 +187,8 @@ int checkReadable(_FLfile* file, std::size_t length) {
     const TuInt64 at = level->id ? level->start + done : done;
     if (total >= 0 && (at > TuInt64(total) || length > TuInt64(total) - at))
         return FLseterror(kFLincomplete);
+    if (present)
+        *present = total >= 0;
     return kFLnoError;
 }
 
@@ -194,13 +197,15 @@ int checkReadable(_FLfile* file, std::size_t length) {
 const void* TiffFile::beginRead(std::size_t length) {
     if (!fFile)
         return closedFile(), nullptr;
-    if (checkReadable(fFile, length) != kFLnoError)
+    bool present = false;
+    if (checkReadable(fFile, length, &present) != kFLnoError)
         return nullptr;
-    // The buffer grows with what arrives, so that a stream that declares
-    // more than it sends costs no more than it sent.
+    // On a stream the buffer grows with what arrives, so that a stream that
+    // declares more than it sends costs no more than it sent; bytes that a
+    // file's length vouches for are taken at once.
     constexpr std::size_t kStep = 64 * 1024;
     try {
-        fBuffer.resize(std::max<std::size_t>(std::min(length, kStep), 1));
+        fBuffer.resize(std::max<std::size_t>(present ? length : std::min(length, kStep), 1));
         for (std::size_t got = 0; got < length;) {
             if (got == fBuffer.size())
                 fBuffer.resize(std::min(length, 2 * got));
