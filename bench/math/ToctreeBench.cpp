@@ -201,12 +201,13 @@ const std::vector<Ray>& rays() {
 std::unique_ptr<TtriangleOctree> buildTriangleTree() {
     const Mesh& m = mesh();
     const unsigned int n = static_cast<unsigned int>(m.indices.size() / 3);
-    auto tree = std::make_unique<TtriangleOctree>(n, T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), 16, 0, 0.0f);
+    auto tree = std::make_unique<TtriangleOctree>(n, T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), 8, 0, 0.0f);
     for (unsigned int t = 0; t < n; ++t) {
         const unsigned int* i = &m.indices[3 * t];
         if (!tree->addEntry(m.vertices[i[0]], m.vertices[i[1]], m.vertices[i[2]], static_cast<int>(t), 0))
             std::abort();
     }
+    tree->queryLayout(); // built by the first query otherwise, as Embree builds on commit
     return tree;
 }
 
