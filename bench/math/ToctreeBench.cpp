@@ -201,7 +201,7 @@ const std::vector<Ray>& rays() {
 std::unique_ptr<TtriangleOctree> buildTriangleTree() {
     const Mesh& m = mesh();
     const unsigned int n = static_cast<unsigned int>(m.indices.size() / 3);
-    auto tree = std::make_unique<TtriangleOctree>(n, T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), 8, 0, 0.0f);
+    auto tree = std::make_unique<TtriangleOctree>(n, T3dFltPoint(0, 0, 0), T3dFltPoint(1, 1, 1), 16, 0, 0.0f);
     for (unsigned int t = 0; t < n; ++t) {
         const unsigned int* i = &m.indices[3 * t];
         if (!tree->addEntry(m.vertices[i[0]], m.vertices[i[1]], m.vertices[i[2]], static_cast<int>(t), 0))
@@ -213,10 +213,15 @@ std::unique_ptr<TtriangleOctree> buildTriangleTree() {
 
 void BM_TriangleBuild_Grundel(benchmark::State& state) {
     mesh();
+    std::size_t nodes = 0, blocks = 0;
     for (auto _ : state) {
         auto tree = buildTriangleTree();
+        nodes = tree->queryLayout().nodes.size();
+        blocks = tree->queryLayout().blocks.size();
         benchmark::DoNotOptimize(tree.get());
     }
+    state.counters["nodes"] = static_cast<double>(nodes);
+    state.counters["blocks"] = static_cast<double>(blocks);
 }
 
 void BM_RayFirstHit_Grundel(benchmark::State& state) {

@@ -182,17 +182,18 @@ const TtriangleOctree::QueryLayout& TtriangleOctree::queryLayout() const {
 
 void TtriangleOctree::buildQueryLayout() const {
     QueryLayout& out = fLayout;
+    constexpr unsigned int kLanes = QueryLayout::Block::kSize;
     out.nodes.clear();
-    out.triangles.clear();
-    std::size_t nodeTotal = 0, triangleTotal = 0;
+    out.blocks.clear();
+    std::size_t nodeTotal = 0, blockTotal = 0;
     forEachNode([&](const TotNode<unsigned int>& n) {
         ++nodeTotal;
-        triangleTotal += n.entryCount();
+        blockTotal += (std::size_t{n.entryCount()} + kLanes - 1) / kLanes;
     });
-    if (nodeTotal > 0xffffffffu || triangleTotal > 0xffffffffu)
-        throw TmemoryException(triangleTotal * sizeof(QueryLayout::Triangle));
+    if (nodeTotal > 0xffffffffu || blockTotal > 0xffffffffu)
+        throw TmemoryException(blockTotal * sizeof(QueryLayout::Block));
     out.nodes.reserve(nodeTotal);
-    out.triangles.reserve(triangleTotal);
+    out.blocks.reserve(blockTotal);
     for (int k = 0; k < 3; ++k) {
         out.min[k] = minCorner()[k];
         out.max[k] = maxCorner()[k];
@@ -215,12 +216,21 @@ void TtriangleOctree::buildQueryLayout() const {
         QueryLayout::Node flat{};
         for (int k = 0; k < 3; ++k)
             flat.center[k] = n.center()[k];
-        flat.first = static_cast<std::uint32_t>(out.triangles.size());
-        for (unsigned int e : n) {
+        flat.first = static_cast<std::uint32_t>(out.blocks.size());
+        flat.count = n.entryCount();
+        for (unsigned int k = 0; k < n.entryCount(); ++k) {
+            const unsigned int lane = k % kLanes;
+            if (lane == 0)
+                out.blocks.push_back(QueryLayout::Block{}); // zero: the point at the origin
+            QueryLayout::Block& block = out.blocks.back();
+            const unsigned int e = n.entry(k);
             const ToctreeTriangle& tri = fTriangles[e];
-            out.triangles.push_back(QueryLayout::Triangle{grundel::detail::RayTriangle(tri), e});
+            const T3dFltPoint* corners[3] = {&tri.a, &tri.b, &tri.c};
+            for (int c = 0; c < 3; ++c)
+                for (int axis = 0; axis < 3; ++axis)
+                    block.corner[3 * c + axis][lane] = (*corners[c])[static_cast<unsigned int>(axis)];
+            block.index[lane] = e;
         }
-        flat.last = static_cast<std::uint32_t>(out.triangles.size());
         flat.firstChild = static_cast<std::uint32_t>(out.nodes.size());
         for (int i = 0; i < 8; ++i)
             if (n.child(i)) {

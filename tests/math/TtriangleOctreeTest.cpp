@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -161,6 +162,28 @@ TEST(TtriangleOctreeWalker, QueriesFollowTheTreeAsItChanges) {
     tree.clear();
     EXPECT_FALSE(walker.firstHit(T3dDblPoint(0.6, 0.1, 2), down, hit));
     EXPECT_EQ(walker.allHits(T3dDblPoint(0.6, 0.1, 2), down, hits), 0u);
+}
+
+TEST(TtriangleOctreeWalker, ThreadsShareTheQueryCopy) {
+    // The first queries after a change come from two threads at once: one
+    // builds the copy, the other waits for it; both see the same hits.
+    TtriangleOctree tree(64, kLo, kHi, 2, 0, 0);
+    for (int k = 0; k < 64; ++k) {
+        const float x = static_cast<float>(k % 8) / 8, y = static_cast<float>(k / 8) / 8;
+        ASSERT_TRUE(tree.addEntry(T3dFltPoint(x, y, 0.5f), T3dFltPoint(x + 0.125f, y, 0.5f), T3dFltPoint(x, y + 0.125f, 0.5f), k, 0));
+    }
+    unsigned int found[2] = {0, 0};
+    auto query = [&tree](unsigned int& count) {
+        TtriangleOctreeWalker walker(tree);
+        ToctreeTriangleIntersection hit;
+        for (int r = 0; r < 64; ++r)
+            count += walker.firstHit(T3dDblPoint((r % 8) / 8.0 + 0.01, (r / 8) / 8.0 + 0.01, 1), T4dDblVector(0, 0, -1), hit);
+    };
+    std::thread other(query, std::ref(found[1]));
+    query(found[0]);
+    other.join();
+    EXPECT_EQ(found[0], 64u);
+    EXPECT_EQ(found[1], 64u);
 }
 
 // A random mesh: small triangles, some of them degenerate or on the planes
