@@ -172,8 +172,9 @@ public:
     };
     /// The layout of the tree as it is now. Built on the first call after a
     /// change (time and memory linear in the filed triangle copies, about 40
-    /// bytes each) and kept until the next change; safe to call from several threads while nobody
-    /// changes the tree. Throws TmemoryException when it cannot be held.
+    /// bytes each) and kept until the next change; safe to call from several
+    /// threads while nobody changes the tree. Throws TmemoryException when it
+    /// cannot be held.
     const QueryLayout& queryLayout() const;
 
 private:
