@@ -5,6 +5,7 @@
 #include "grundel/math/T3dFltPoint.h"
 
 #include <cassert>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -162,7 +163,10 @@ public:
 
     /// Inserts into the root with the tree's depth budget. No box test: a
     /// derived tree's own addEntry checks its entries first.
-    void addEntry(const T& entry) { TotNode<T>::addEntry(entry, fMaxDepth); }
+    void addEntry(const T& entry) {
+        ++fChanges;
+        TotNode<T>::addEntry(entry, fMaxDepth);
+    }
     /// Empties the tree and sets the root box. Corners are ordered per axis.
     void setDimensions(const T3dFltPoint& min, const T3dFltPoint& max) noexcept {
         clear();
@@ -170,6 +174,7 @@ public:
     }
     /// Removes every entry and node; the box and parameters stay.
     void clear() noexcept {
+        ++fChanges;
         TotNode<T>::clearNode();
         fNodeBlocks.clear();
         fNodesLeft = 0;
@@ -179,6 +184,9 @@ public:
     unsigned int getMaxDepth() const noexcept { return fMaxDepth; }
     float getMinCellSize() const noexcept { return fMinCellSize; }
     double tolerance() const noexcept { return fTolerance; }
+    /// Grows with every addEntry, setDimensions and clear: whatever is built
+    /// from the tree's contents compares it to tell whether it is stale.
+    std::uint64_t changeCount() const noexcept { return fChanges; }
 
     /// Calls fn(node) for every node, parents before children, without recursion.
     template <class Fn>
@@ -223,6 +231,7 @@ private:
     float fMinCellSize;
     double fTolerance;
     bool fSplitOnlyWhenSeparating = false;
+    std::uint64_t fChanges = 1;
 };
 
 // ---------------------------------------------------------------------------

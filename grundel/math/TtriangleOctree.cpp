@@ -65,35 +65,8 @@ bool finite(const T3dFltPoint& p) noexcept { return std::isfinite(p.x) && std::i
 
 bool ToctreeTriangle::intersect(const T3dDblPoint& origin, const T4dDblVector& direction, double tMax, double& t,
                                 double& u, double& v) const noexcept {
-    const V3 pa = toV3(a);
-    const V3 e1 = sub(toV3(b), pa), e2 = sub(toV3(c), pa);
-    const V3 d{direction.x, direction.y, direction.z};
-    const V3 n = cross(e1, e2);
-    const double dn = dot(d, n);
-    // Zero area gives n = 0 exactly for corners whose differences are exact.
-    if (dn == 0 || std::isnan(dn))
-        return false;
-    // Numerators of t, u and v over the common denominator dn, compared
-    // before any division: most triangles a ray meets are missed sideways.
-    const V3 s = sub(V3{origin.x, origin.y, origin.z}, pa);
-    const double sign = dn > 0 ? 1.0 : -1.0, adn = dn * sign;
-    const double uu = sign * dot(d, cross(s, e2));
-    if (!(uu >= 0 && uu <= adn))
-        return false;
-    const double vv = sign * dot(d, cross(e1, s));
-    if (!(vv >= 0 && uu + vv <= adn))
-        return false;
-    const double tt = -sign * dot(s, n);
-    if (!(tt >= 0 && tt <= tMax * adn))
-        return false;
-    const double inv = 1.0 / adn;
-    t = tt * inv;
-    if (t > tMax) { // rounding at the far end
-        return false;
-    }
-    u = uu * inv;
-    v = vv * inv;
-    return true;
+    const double o[3] = {origin.x, origin.y, origin.z}, d[3] = {direction.x, direction.y, direction.z};
+    return grundel::detail::RayTriangle(*this).intersect(o, d, tMax, t, u, v);
 }
 
 TtriangleOctree::TtriangleOctree(unsigned int triangleCount, unsigned int maxEntries, unsigned int maxDepth,
@@ -194,4 +167,80 @@ unsigned int TtriangleOctree::setDimensions(const T3dFltPoint& min, const T3dFlt
 void TtriangleOctree::clear() noexcept {
     Toctree::clear();
     fTriangles.clear();
+}
+
+const TtriangleOctree::QueryLayout& TtriangleOctree::queryLayout() const {
+    if (fLayoutStamp.load(std::memory_order_acquire) != changeCount()) {
+        const std::lock_guard<std::mutex> lock(fLayoutMutex);
+        if (fLayoutStamp.load(std::memory_order_relaxed) != changeCount()) {
+            buildQueryLayout();
+            fLayoutStamp.store(changeCount(), std::memory_order_release);
+        }
+    }
+    return fLayout;
+}
+
+void TtriangleOctree::buildQueryLayout() const {
+    QueryLayout& out = fLayout;
+    constexpr unsigned int kLanes = QueryLayout::Block::kSize;
+    out.nodes.clear();
+    out.blocks.clear();
+    std::size_t nodeTotal = 0, blockTotal = 0;
+    forEachNode([&](const TotNode<unsigned int>& n) {
+        ++nodeTotal;
+        blockTotal += (std::size_t{n.entryCount()} + kLanes - 1) / kLanes;
+    });
+    if (nodeTotal > 0xffffffffu || blockTotal > 0xffffffffu)
+        throw TmemoryException(blockTotal * sizeof(QueryLayout::Block));
+    out.nodes.reserve(nodeTotal);
+    out.blocks.reserve(blockTotal);
+    for (int k = 0; k < 3; ++k) {
+        out.min[k] = minCorner()[k];
+        out.max[k] = maxCorner()[k];
+    }
+
+    // Depth first with an explicit stack (trees may be a few hundred levels
+    // deep): a node's slot, and its children's, are made when it is reached
+    // from its parent, so siblings stay side by side.
+    struct Pending {
+        const TotNode<unsigned int>* node;
+        std::uint32_t slot;
+    };
+    std::vector<Pending> stack;
+    out.nodes.push_back(QueryLayout::Node{});
+    stack.push_back(Pending{this, 0});
+    while (!stack.empty()) {
+        const Pending p = stack.back();
+        stack.pop_back();
+        const TotNode<unsigned int>& n = *p.node;
+        QueryLayout::Node flat{};
+        for (int k = 0; k < 3; ++k)
+            flat.center[k] = n.center()[k];
+        flat.first = static_cast<std::uint32_t>(out.blocks.size());
+        flat.count = n.entryCount();
+        for (unsigned int k = 0; k < n.entryCount(); ++k) {
+            const unsigned int lane = k % kLanes;
+            if (lane == 0)
+                out.blocks.push_back(QueryLayout::Block{}); // zero: the point at the origin
+            QueryLayout::Block& block = out.blocks.back();
+            const unsigned int e = n.entry(k);
+            const ToctreeTriangle& tri = fTriangles[e];
+            const T3dFltPoint* corners[3] = {&tri.a, &tri.b, &tri.c};
+            for (int c = 0; c < 3; ++c)
+                for (int axis = 0; axis < 3; ++axis)
+                    block.corner[3 * c + axis][lane] = (*corners[c])[static_cast<unsigned int>(axis)];
+            block.index[lane] = e;
+        }
+        flat.firstChild = static_cast<std::uint32_t>(out.nodes.size());
+        for (int i = 0; i < 8; ++i)
+            if (n.child(i)) {
+                flat.children = static_cast<std::uint8_t>(flat.children | (1u << i));
+                out.nodes.push_back(QueryLayout::Node{});
+            }
+        out.nodes[p.slot] = flat;
+        std::uint32_t slot = static_cast<std::uint32_t>(out.nodes.size());
+        for (int i = 7; i >= 0; --i)
+            if (const TotNode<unsigned int>* c = n.child(i))
+                stack.push_back(Pending{c, --slot});
+    }
 }

@@ -4,6 +4,9 @@
 #include "grundel/math/T4dDblVector.h"
 #include "grundel/math/Toctree.h"
 
+#include <atomic>
+#include <cstdint>
+#include <mutex>
 #include <vector>
 
 /// A triangle of a TtriangleOctree: its corners and the caller's two
@@ -20,6 +23,65 @@ struct GRUNDEL_API ToctreeTriangle {
     bool intersect(const T3dDblPoint& origin, const T4dDblVector& direction, double tMax, double& t, double& u,
                    double& v) const noexcept;
 };
+
+namespace grundel::detail {
+
+/// A triangle's corners as the ray tests read them. The edges and normal
+/// are computed again on every test: that costs less than reading them.
+struct RayTriangle {
+    float a[3], b[3], c[3];
+
+    explicit RayTriangle(const ToctreeTriangle& tri) noexcept
+        : a{tri.a.x, tri.a.y, tri.a.z}, b{tri.b.x, tri.b.y, tri.b.z}, c{tri.c.x, tri.c.y, tri.c.z} {}
+
+    /// The numerators of t, u and v over the denominator adn >= 0 (see
+    /// ToctreeTriangle::intersect); a hit has 0 <= uu, 0 <= vv, uu + vv <=
+    /// adn, 0 <= tt <= tMax * adn and adn > 0. o and d are the ray's origin
+    /// and direction.
+    void numerators(const double* o, const double* d, double& adn, double& uu, double& vv,
+                    double& tt) const noexcept {
+        // In double, in one order on every path, so every path gives the same bits.
+        const double e1[3] = {double(b[0]) - a[0], double(b[1]) - a[1], double(b[2]) - a[2]};
+        const double e2[3] = {double(c[0]) - a[0], double(c[1]) - a[1], double(c[2]) - a[2]};
+        const double n[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2],
+                             e1[0] * e2[1] - e1[1] * e2[0]};
+        const double dn = d[0] * n[0] + d[1] * n[1] + d[2] * n[2];
+        const double s[3] = {o[0] - a[0], o[1] - a[1], o[2] - a[2]};
+        const double sign = dn > 0 ? 1.0 : -1.0;
+        adn = dn * sign;
+        // d . (s x e2) and d . (e1 x s)
+        uu = sign * (d[0] * (s[1] * e2[2] - s[2] * e2[1]) + d[1] * (s[2] * e2[0] - s[0] * e2[2]) +
+                     d[2] * (s[0] * e2[1] - s[1] * e2[0]));
+        vv = sign * (d[0] * (e1[1] * s[2] - e1[2] * s[1]) + d[1] * (e1[2] * s[0] - e1[0] * s[2]) +
+                     d[2] * (e1[0] * s[1] - e1[1] * s[0]));
+        tt = -sign * (s[0] * n[0] + s[1] * n[1] + s[2] * n[2]);
+    }
+
+    /// Every condition of a hit evaluated, with no early exit (no branch to
+    /// mispredict on the usual miss). A NaN anywhere fails.
+    bool hits(const double* o, const double* d, double tMax) const noexcept {
+        double adn, uu, vv, tt;
+        numerators(o, d, adn, uu, vv, tt);
+        return (adn > 0) & (uu >= 0) & (vv >= 0) & (uu + vv <= adn) & (tt >= 0) & (tt <= tMax * adn);
+    }
+
+    /// The hit's t, u and v, or false (see ToctreeTriangle::intersect).
+    bool intersect(const double* o, const double* d, double tMax, double& t, double& u, double& v) const noexcept {
+        if (!hits(o, d, tMax))
+            return false;
+        double adn, uu, vv, tt;
+        numerators(o, d, adn, uu, vv, tt);
+        const double inv = 1.0 / adn;
+        t = tt * inv;
+        if (t > tMax) // rounding at the far end
+            return false;
+        u = uu * inv;
+        v = vv * inv;
+        return true;
+    }
+};
+
+} // namespace grundel::detail
 
 extern template class GRUNDEL_API TotNode<unsigned int>;
 extern template class GRUNDEL_API Toctree<unsigned int>;
@@ -85,8 +147,44 @@ public:
     /// the tolerance on every side.
     bool touches(const ToctreeTriangle& triangle, const T3dFltPoint& lo, const T3dFltPoint& hi) const noexcept;
 
+    /// A compact copy of the tree for ray queries. The nodes sit in one
+    /// array, depth first, each node's children next to each other; the
+    /// triangles of each node are copied, in node order, into blocks of
+    /// eight laid out coordinate by coordinate, so that a walk reads memory
+    /// mostly forwards and tests eight triangles at once.
+    struct QueryLayout {
+        struct alignas(32) Node { // never across two cache lines
+            float center[3];
+            std::uint32_t firstChild; // index of the lowest existing child
+            std::uint32_t first;      // this node's first block
+            std::uint32_t count;      // and its number of triangles
+            std::uint8_t children;    // bit i: octant i exists
+        };
+        /// Unused places hold the point at the origin, which no ray hits.
+        struct alignas(64) Block {
+            static constexpr unsigned int kSize = 8;
+            float corner[9][kSize];     // a.x, a.y, a.z, b.x, ..., c.z
+            std::uint32_t index[kSize]; // in the tree's table
+        };
+        std::vector<Node> nodes; // nodes[0] is the root
+        std::vector<Block> blocks;
+        float min[3], max[3]; // the root box
+    };
+    /// The layout of the tree as it is now. Built on the first call after a
+    /// change (time and memory linear in the filed triangle copies, about 40
+    /// bytes each) and kept until the next change; safe to call from several
+    /// threads while nobody changes the tree. Throws TmemoryException when it
+    /// cannot be held.
+    const QueryLayout& queryLayout() const;
+
 private:
     bool fileTriangle(unsigned int index);
+    void buildQueryLayout() const;
 
     std::vector<ToctreeTriangle> fTriangles;
+    mutable std::mutex fLayoutMutex;
+    mutable std::atomic<std::uint64_t> fLayoutStamp{0}; // changeCount() the layout was built at
+    mutable QueryLayout fLayout;
 };
+
+static_assert(sizeof(TtriangleOctree::QueryLayout::Node) == 32, "two flat nodes to a cache line");

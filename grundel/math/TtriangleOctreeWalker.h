@@ -25,6 +25,8 @@ struct ToctreeTriangleIntersection {
 /// triangle once however many cells hold it. Ties in t go to the lowest
 /// triangle index.
 ///
+/// Queries read the tree's QueryLayout (built by the first query after a
+/// change), walking it front to back as TotRayWalker walks the nodes.
 /// The walker keeps its stack and marks between queries: reuse one per
 /// thread. The tree must not change during a query.
 class GRUNDEL_API TtriangleOctreeWalker {
@@ -43,11 +45,20 @@ public:
                          double tMax = std::numeric_limits<double>::infinity());
 
 private:
+    struct Item {
+        std::uint32_t node;
+        double t0, t1;
+    };
+    // Calls fn(block, lane, tMax) for the triangles of each cell crossed that
+    // may hit (see blockHits), front to back, while the cell begins at or
+    // before tMax (fn may lower it).
+    template <class Fn>
+    void walk(const TtriangleOctree::QueryLayout& layout, const double* o, const double* d, double tMax, Fn&& fn);
     // Starts a query: a fresh mark, with the marks sized to the table.
     unsigned int nextMark();
 
     const TtriangleOctree* fTree;
-    TotRayWalker<unsigned int> fRay;
+    std::vector<Item> fStack;
     std::vector<unsigned int> fMarks; // per triangle: the query that last tested it
     unsigned int fMark = 0;
 };

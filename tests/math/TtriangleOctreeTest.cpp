@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -127,6 +128,62 @@ TEST(TtriangleOctree, RefusesBadTrianglesAndRefilesOnNewDimensions) {
     TtriangleOctree point(1, 2, 0, 0);
     EXPECT_FALSE(point.addEntry(T3dFltPoint(1, 1, 1), T3dFltPoint(2, 1, 1), T3dFltPoint(1, 2, 1), 0, 0));
     EXPECT_TRUE(point.addEntry(T3dFltPoint(-1, -1, 0), T3dFltPoint(1, -1, 0), T3dFltPoint(0, 1, 0), 0, 0));
+}
+
+TEST(TtriangleOctreeWalker, QueriesFollowTheTreeAsItChanges) {
+    // Queries read a copy of the tree made at the first query: every change
+    // after it must show in the next one.
+    TtriangleOctree tree(0, kLo, kHi, 1, 0, 0);
+    TtriangleOctreeWalker walker(tree);
+    const T3dDblPoint o(0.3, 0.3, 2);
+    const T4dDblVector down(0, 0, -1);
+    ToctreeTriangleIntersection hit;
+    EXPECT_FALSE(walker.firstHit(o, down, hit));
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0, 0, 0.25f), T3dFltPoint(1, 0, 0.25f), T3dFltPoint(0, 1, 0.25f), 0, 0));
+    ASSERT_TRUE(walker.firstHit(o, down, hit));
+    EXPECT_EQ(hit.t, 1.75);
+    // A nearer triangle and one elsewhere, added after a query; the root splits.
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.2f, 0.2f, 0.75f), T3dFltPoint(0.4f, 0.2f, 0.75f), T3dFltPoint(0.2f, 0.4f, 0.75f), 1, 0));
+    ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.8f, 0.8f, 0.9f), T3dFltPoint(0.9f, 0.8f, 0.9f), T3dFltPoint(0.8f, 0.9f, 0.9f), 2, 0));
+    EXPECT_TRUE(tree.isSplit());
+    ASSERT_TRUE(walker.firstHit(o, down, hit));
+    EXPECT_EQ(hit.triangle, 1u);
+    std::vector<ToctreeTriangleIntersection> hits;
+    EXPECT_EQ(walker.allHits(o, down, hits), 2u);
+    // A second walker on the same tree reads the same copy.
+    TtriangleOctreeWalker other(tree);
+    ASSERT_TRUE(other.firstHit(o, down, hit));
+    EXPECT_EQ(hit.triangle, 1u);
+    // A new box drops the near triangle; clearing drops everything.
+    EXPECT_EQ(tree.setDimensions(T3dFltPoint(0.5f, 0.0f, 0.0f), T3dFltPoint(1.0f, 1.0f, 0.5f)), 2u);
+    EXPECT_FALSE(walker.firstHit(o, down, hit)); // outside the new box
+    ASSERT_TRUE(walker.firstHit(T3dDblPoint(0.6, 0.1, 2), down, hit));
+    EXPECT_EQ(hit.triangle, 0u);
+    tree.clear();
+    EXPECT_FALSE(walker.firstHit(T3dDblPoint(0.6, 0.1, 2), down, hit));
+    EXPECT_EQ(walker.allHits(T3dDblPoint(0.6, 0.1, 2), down, hits), 0u);
+}
+
+TEST(TtriangleOctreeWalker, ThreadsShareTheQueryCopy) {
+    // The first queries after a change come from two threads at once: one
+    // builds the copy, the other waits for it; both see the same hits.
+    TtriangleOctree tree(64, kLo, kHi, 2, 0, 0);
+    for (int k = 0; k < 64; ++k) {
+        const float x = static_cast<float>(k % 8) / 8, y = static_cast<float>(k / 8) / 8;
+        ASSERT_TRUE(tree.addEntry(T3dFltPoint(x, y, 0.5f), T3dFltPoint(x + 0.125f, y, 0.5f), T3dFltPoint(x, y + 0.125f, 0.5f), k, 0));
+    }
+    unsigned int found[2] = {0, 0};
+    auto query = [&tree](unsigned int& count) {
+        TtriangleOctreeWalker walker(tree);
+        ToctreeTriangleIntersection hit;
+        for (int r = 0; r < 64; ++r)
+            count += walker.firstHit(T3dDblPoint((r % 8) / 8.0 + 0.01, (r / 8) / 8.0 + 0.01, 1), T4dDblVector(0, 0, -1), hit);
+    };
+    std::thread other(query, std::ref(found[1]));
+    query(found[0]);
+    other.join();
+    EXPECT_EQ(found[0], 64u);
+    EXPECT_EQ(found[1], 64u);
 }
 
 // A random mesh: small triangles, some of them degenerate or on the planes
