@@ -272,7 +272,7 @@ public:
                 return false;
         }
         if (!sawMagic)
-            return fail("not a grundel-iff text: it begins with the line \"" + std::string(kMagic) + "\"");
+            return fLineNumber = fLineNumber ? fLineNumber : 1, fail("not a grundel-iff text: it begins with the line \"" + std::string(kMagic) + "\"");
         if (fPending) {
             fLineNumber = fPendingLine;
             return fail(std::to_string(fPendingNeed) + " byte(s) declared but not given");
@@ -357,6 +357,14 @@ private:
         return true;
     }
 
+    bool notBytes(const Token& token) {
+        std::string text = "\"" + token.text.substr(0, 40) + "\" is neither pairs of hexadecimal digits nor text in quotes";
+        if (fPendingLine != fLineNumber)
+            text += " (" + std::to_string(fPendingNeed) + " more of the " + std::to_string(fPendingDeclared) +
+                    " bytes declared on line " + std::to_string(fPendingLine) + " expected)";
+        return fail(text);
+    }
+
     // Byte tokens up to the end of the line into the pending target.
     bool moreBytes() {
         Token token;
@@ -371,16 +379,14 @@ private:
                 continue;
             }
             if (token.text.size() % 2 != 0)
-                return fail("\"" + token.text.substr(0, 40) +
-                            "\" is neither pairs of hexadecimal digits nor text in quotes");
+                return notBytes(token);
             if (token.text.size() / 2 > fPendingNeed)
                 return fail("more bytes than the " + std::to_string(fPendingDeclared) + " declared on line " +
                             std::to_string(fPendingLine));
             for (std::size_t i = 0; i < token.text.size(); i += 2) {
                 const int high = hexValue(token.text[i]), low = hexValue(token.text[i + 1]);
                 if (high < 0 || low < 0)
-                    return fail("\"" + token.text.substr(0, 40) +
-                                "\" is neither pairs of hexadecimal digits nor text in quotes");
+                    return notBytes(token);
                 into += char(high * 16 + low);
             }
             fPendingNeed -= token.text.size() / 2;

@@ -34,6 +34,7 @@ public:
         for (;;) {
             TuInt32 id = 0;
             Tint32 size = 0;
+            const TuInt64 before = position();
             int code = FLbgnget(fFile, &id, &size);
             _FLcontext* level = fFile->context;
             if (code == kFLend) {
@@ -49,7 +50,7 @@ public:
                 return 0;
             }
             if (code != kFLnoError && code != kFLgroupHeader)
-                return failed(code, position(), 0);
+                return failed(code, before, 0);
             const TuInt64 header = level->start - 8;
             addRaw(nodes, cursor, header);
             const TuInt32 sizeField = be32(fBytes.data() + header + 4);
@@ -74,7 +75,11 @@ public:
                 if ((code = FLendget(fFile)) != kFLnoError)
                     return failed(code, header, id);
                 const TuInt64 end = clamp(position());
-                const TuInt64 dataEnd = isUnknown(sizeField) ? end : clamp(start + TuInt64(size));
+                TuInt64 dataEnd = isUnknown(sizeField) ? end : clamp(start + TuInt64(size));
+                // A stream's data of unknown size ends where its "EOVC" stands.
+                if (sizeField == kFLsizeStream && dataEnd >= start + 8 &&
+                    std::memcmp(fBytes.data() + dataEnd - 8, kEovcBytes, 8) == 0)
+                    dataEnd -= 8;
                 node.bytes.assign(fBytes.substr(start, dataEnd - start));
                 if (!isUnknown(sizeField) && !valueText(id, node.bytes, node.valueText))
                     node.valueText.clear();
