@@ -13,6 +13,7 @@
 #include <grundel/iff/TiffFile.h>
 #include <grundel/object/Tmetaclass.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
