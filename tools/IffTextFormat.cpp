@@ -264,20 +264,22 @@ public:
                 while (!first.empty() && (first.back() == ' ' || first.back() == '\t' || first.back() == '\r'))
                     first.remove_suffix(1);
                 if (first != kMagic)
-                    return fail("not a grundel-iff text: it begins with the line \"" + std::string(kMagic) + "\"");
+                    return notText();
                 sawMagic = true;
                 continue;
             }
             if (!(fPending ? moreBytes() : statement()))
                 return false;
         }
-        if (!sawMagic)
-            return fLineNumber = fLineNumber ? fLineNumber : 1, fail("not a grundel-iff text: it begins with the line \"" + std::string(kMagic) + "\"");
+        if (!sawMagic) {
+            fLineNumber = 1;
+            return notText();
+        }
         if (fPending) {
             fLineNumber = fPendingLine;
             return fail(std::to_string(fPendingNeed) + " byte(s) declared but not given");
         }
-        if (fGroups.size() > 0) {
+        if (!fGroups.empty()) {
             fLineNumber = fGroups.back()->line;
             return fail("the group " + idText(fGroups.back()->id) + " is not closed by \"}\"");
         }
@@ -289,6 +291,8 @@ private:
         fMessage = "line " + std::to_string(fLineNumber) + ": " + text;
         return false;
     }
+
+    bool notText() { return fail("not a grundel-iff text: it begins with the line \"" + std::string(kMagic) + "\""); }
 
     void skipBlanks() {
         while (fPos < fLine.size() && (fLine[fPos] == ' ' || fLine[fPos] == '\t' || fLine[fPos] == '\r'))

@@ -96,7 +96,7 @@ public:
 
     TuInt64 clamp(TuInt64 at) const { return at < fBytes.size() ? at : fBytes.size(); }
 
-    void addRaw(std::vector<Node>& nodes, TuInt64 from, TuInt64 to) const {
+    void addRaw(std::vector<Node>& nodes, TuInt64 from, TuInt64 to) {
         to = clamp(to);
         if (to <= from) {
             fOverlap = fOverlap || to < from;
@@ -108,7 +108,7 @@ public:
     }
 
     // A marker as its own node when its bytes are the usual ones.
-    void addMarker(std::vector<Node>& nodes, TuInt64 at, const char (&usual)[8], Node::Kind kind) const {
+    void addMarker(std::vector<Node>& nodes, TuInt64 at, const char (&usual)[8], Node::Kind kind) {
         if (at + 8 <= fBytes.size() && std::memcmp(fBytes.data() + at, usual, 8) == 0) {
             Node marker;
             marker.kind = kind;
@@ -169,7 +169,7 @@ private:
     std::string_view fBytes;
     _FLfile* fFile;
     std::string fWhere;
-    mutable bool fOverlap = false;
+    bool fOverlap = false;
 };
 
 } // namespace
