@@ -4,12 +4,17 @@
 //                             type and padding of every chunk
 //   grundel-iff check FILE    reads every chunk; reports the first problem
 //   grundel-iff demo [FILE]   writes a sample file, then prints its tree
+//   grundel-iff dump FILE     the chunks with their contents as typed values
+//   grundel-iff totext FILE   the whole file as text, to standard output
+//   grundel-iff fromtext TEXT OUT   the file back from that text
 //
 // FILE "-" is standard input (tree, check) or standard output (demo). Data
 // goes to standard output, messages to standard error.
 //
 // Exit status: 0 when all went well, 1 for a problem with the file, 2 for a
 // wrong command line.
+#include "IffDataCommands.h"
+
 #include <grundel/grundel.h>
 
 #include <algorithm>
@@ -29,6 +34,10 @@ const char kUsage[] =
     "  tree FILE     print the chunk tree of an IFF file\n"
     "  check FILE    read every chunk of an IFF file and report the first problem\n"
     "  demo [FILE]   write a sample file (default grundel-demo.iff) and print its tree\n"
+    "  dump FILE     print every chunk, data chunks decoded as typed values\n"
+    "  totext FILE   write the whole file as text (to standard output)\n"
+    "  fromtext TEXT OUT\n"
+    "                make the chunk file OUT from such a text, byte for byte\n"
     "\n"
     "FILE may be \"-\" for standard input or output, or any name the chunk library opens:\n"
     "a path, \"stdin\", \"stdout\", \"|command\", \"mmap:path\"...\n"
@@ -271,7 +280,13 @@ int main(int argc, char** argv) {
         return argc < 2 ? 2 : 0;
     }
     const std::string command = argv[1];
-    const char* help = command == "tree" ? kTreeHelp : command == "check" ? kCheckHelp : command == "demo" ? kDemoHelp : nullptr;
+    const char* help = command == "tree"       ? kTreeHelp
+                       : command == "check"    ? kCheckHelp
+                       : command == "demo"     ? kDemoHelp
+                       : command == "dump"     ? kDumpHelp
+                       : command == "totext"   ? kToTextHelp
+                       : command == "fromtext" ? kFromTextHelp
+                                               : nullptr;
     if (!help) {
         std::fprintf(stderr, "%s: unknown command \"%s\"\n\n%s", kProgram, argv[1], kUsage);
         return 2;
@@ -287,9 +302,20 @@ int main(int argc, char** argv) {
         }
         return demo(argc == 3 ? argv[2] : "grundel-demo.iff");
     }
+    if (command == "fromtext") {
+        if (argc != 4) {
+            std::fputs(help, stderr);
+            return 2;
+        }
+        return fromTextCommand(argv[2], argv[3]);
+    }
     if (argc != 3) {
         std::fputs(help, stderr);
         return 2;
     }
+    if (command == "dump")
+        return dumpCommand(argv[2]);
+    if (command == "totext")
+        return toTextCommand(argv[2]);
     return command == "tree" ? tree(argv[2]) : check(argv[2]);
 }

@@ -8,13 +8,14 @@ Tfile::~Tfile() { close(); }
 
 Tfile::Tfile(Tfile&& other) noexcept
     : fStream(std::exchange(other.fStream, nullptr)), fOwnsStream(std::exchange(other.fOwnsStream, false)),
-      fText(std::move(other.fText)), fReadPos(std::exchange(other.fReadPos, 0)) {}
+      fFullDigits(other.fFullDigits), fText(std::move(other.fText)), fReadPos(std::exchange(other.fReadPos, 0)) {}
 
 Tfile& Tfile::operator=(Tfile&& other) noexcept {
     if (this != &other) {
         close();
         fStream = std::exchange(other.fStream, nullptr);
         fOwnsStream = std::exchange(other.fOwnsStream, false);
+        fFullDigits = other.fFullDigits;
         fText = std::move(other.fText);
         fReadPos = std::exchange(other.fReadPos, 0);
     }
@@ -68,16 +69,19 @@ int Tfile::putChar(char c) noexcept { return putBytes(&c, 1); }
 int Tfile::putString(std::string_view text) noexcept { return putBytes(text.data(), text.size()); }
 
 // std::to_chars without a precision gives the shortest text that reads back
-// exactly, independent of the locale.
+// exactly, independent of the locale; with one, the general format drops
+// trailing zeros as %g does.
 int Tfile::putDouble(double value) noexcept {
-    char buffer[32];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+    char buffer[40];
+    const auto end = fFullDigits ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 17).ptr
+                                 : std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
     return putBytes(buffer, std::size_t(end - buffer));
 }
 
 int Tfile::putFloat(float value) noexcept {
-    char buffer[32];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+    char buffer[40];
+    const auto end = fFullDigits ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 9).ptr
+                                 : std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
     return putBytes(buffer, std::size_t(end - buffer));
 }
 

@@ -16,7 +16,10 @@
 ///
 /// Numbers are written in the C locale whatever the process locale is:
 /// doubles and floats in the shortest text that reads back to the same
-/// value ("0.1", "1e+300", "inf", "nan"), integers in decimal.
+/// value ("0.1", "1e+300", "inf", "nan"), integers in decimal. With
+/// setFullDigits(true), doubles are written with 17 significant digits and
+/// floats with 9 instead ("0.10000000000000001"), trailing zeros dropped,
+/// for readers that want every digit the value carries.
 ///
 /// Output operations return 0, or -1 when the stream refused the bytes (a
 /// file opened for reading, a full disk). One thread at a time.
@@ -43,6 +46,10 @@ public:
     int close() noexcept;
     /// True for a file or an attached stream; false for text in memory.
     bool isFile() const noexcept { return fStream != nullptr; }
+    /// Doubles with 17 significant digits and floats with 9 (on), or the
+    /// shortest exact text (off, the default).
+    void setFullDigits(bool on) noexcept { fFullDigits = on; }
+    bool fullDigits() const noexcept { return fFullDigits; }
 
     int putChar(char c) noexcept;
     int putString(std::string_view text) noexcept;
@@ -67,6 +74,7 @@ private:
 
     std::FILE* fStream = nullptr;
     bool fOwnsStream = false;
+    bool fFullDigits = false;
     std::string fText;
     std::size_t fReadPos = 0;
 };

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <limits>
 #include <random>
 #include <string>
 #include <unistd.h>
@@ -70,6 +71,19 @@ TEST(Tfile, NumbersAreShortestAndExact) {
     EXPECT_EQ(out.printf(" %s=%d", "n", 5), 0);
     EXPECT_EQ(out.putString(static_cast<const char*>(nullptr)), 0);
     EXPECT_EQ(out.text(), "0.1 0.1 -0 -9223372036854775808 18446744073709551615 n=5");
+
+    // Every digit on request: 17 for doubles, 9 for floats, trailing zeros
+    // dropped; a moved file keeps the setting.
+    Tfile full;
+    full.setFullDigits(true);
+    Tfile moved(std::move(full));
+    EXPECT_TRUE(moved.fullDigits());
+    for (double value : {0.1, 1.5, 1e300, -0.0, 5e-324})
+        EXPECT_EQ(moved.putDouble(value) | moved.putChar(' '), 0);
+    for (float value : {0.1f, 3.0f, std::numeric_limits<float>::infinity()})
+        EXPECT_EQ(moved.putFloat(value) | moved.putChar(' '), 0);
+    EXPECT_EQ(moved.text(), "0.10000000000000001 1.5 1.0000000000000001e+300 -0 4.9406564584124654e-324 "
+                            "0.100000001 3 inf ");
 }
 
 TEST(Tfile, LinesFromTextAndFromDisk) {

@@ -152,7 +152,7 @@ TEST(GrundelIff, BadFilesGiveAMessageAndFail) {
 }
 
 TEST(GrundelIff, HelpAndUsage) {
-    for (const char* command : {"tree", "check", "demo"}) {
+    for (const char* command : {"tree", "check", "demo", "dump", "totext", "fromtext"}) {
         const ToolRun help = run(std::string(command) + " --help");
         EXPECT_EQ(help.status, 0);
         EXPECT_NE(help.output.find(std::string("usage: grundel-iff ") + command), std::string::npos);
@@ -160,6 +160,8 @@ TEST(GrundelIff, HelpAndUsage) {
     EXPECT_EQ(run("").status, 2);
     EXPECT_EQ(run("frobnicate x").status, 2);
     EXPECT_EQ(run("tree").status, 2);
+    EXPECT_EQ(run("fromtext only-one").status, 2);
+    EXPECT_EQ(run("totext a b").status, 2);
 }
 
 TEST(GrundelIff, HostileNestingAndChains) {
@@ -231,4 +233,98 @@ TEST(GrundelIff, FileIncompleteSaysWhere) {
     EXPECT_EQ(cut.status, 1);
     EXPECT_NE(cut.output.find("(8) file incomplete: the header at offset 22 runs past the end"), std::string::npos)
         << cut.output;
+}
+
+namespace {
+
+// totext of path, then fromtext of that text: the text, after checking the
+// file came back byte for byte.
+std::string textRoundTrip(const std::string& path) {
+    TempFile text(".txt"), again;
+    const ToolRun toText = run("totext " + path + " > " + text.path());
+    EXPECT_EQ(toText.status, 0) << toText.output;
+    const ToolRun fromText = run("fromtext " + text.path() + " " + again.path());
+    EXPECT_EQ(fromText.status, 0) << fromText.output;
+    Bytes original;
+    if (std::FILE* f = std::fopen(path.c_str(), "rb")) {
+        for (int c; (c = std::fgetc(f)) != EOF;)
+            original.push_back(static_cast<unsigned char>(c));
+        std::fclose(f);
+    }
+    EXPECT_FALSE(original.empty());
+    EXPECT_TRUE(again.bytes() == original) << path;
+    const Bytes shown = text.bytes();
+    return std::string(shown.begin(), shown.end());
+}
+
+} // namespace
+
+TEST(GrundelIff, TextRoundTripsOfFilesOthersWrote) {
+    if (!available("sox --version"))
+        GTEST_SKIP() << "sox not installed";
+    for (const char* format : {"-r 8000 -c 2 -b 16", "-r 8001 -c 1 -b 8"}) {
+        TempFile aiff(".aiff");
+        ASSERT_EQ(std::system(("sox -n " + std::string(format) + " " + aiff.path() + " synth 0.01 sine 440 2>/dev/null")
+                                  .c_str()),
+                  0);
+        const std::string text = textRoundTrip(aiff.path());
+        EXPECT_NE(text.find("form FORM AIFF {\n"), std::string::npos) << text;
+        EXPECT_NE(text.find("  COMM bytes 18 "), std::string::npos) << text;
+        EXPECT_NE(text.find("  SSND bytes "), std::string::npos) << text;
+    }
+}
+
+TEST(GrundelIff, TextRoundTripsThroughStandardStreams) {
+    // The demo file as written to a file, and as written to a pipe (unknown
+    // sizes, end markers), each through "-" on both sides.
+    TempFile written, piped, again, messages(".txt");
+    ASSERT_EQ(run("demo " + written.path()).status, 0);
+    EXPECT_NE(textRoundTrip(written.path()).find("  list LIS4 LIST {\n    prop PRO4 PROP {"), std::string::npos);
+    ASSERT_EQ(std::system((std::string(GRUNDEL_IFF_TOOL) + " demo - 2>/dev/null | cat > " + piped.path()).c_str()), 0);
+    const std::string command = std::string(GRUNDEL_IFF_TOOL) + " totext - < " + piped.path() + " | " +
+                                GRUNDEL_IFF_TOOL + " fromtext - - > " + again.path() + " 2> " + messages.path();
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_TRUE(again.bytes() == piped.bytes());
+    EXPECT_TRUE(messages.bytes().empty());
+    EXPECT_NE(textRoundTrip(piped.path()).find("size=0x80000002 {"), std::string::npos);
+}
+
+TEST(GrundelIff, DumpDecodesThroughTheRegistry) {
+    TempFile text(".txt"), file;
+    text.setBytes(fltest::text("grundel-iff text 1\n"
+                               "form FOR4 VALS {\n"
+                               "  DBLE 0.1\n"
+                               "  DBLE time 6000\n"
+                               "  DBLE bytes 3 010203\n"
+                               "  XYZW bytes 4 \"abc\\0\"\n"
+                               "}\n"));
+    const ToolRun made = run("fromtext " + text.path() + " " + file.path());
+    ASSERT_EQ(made.status, 0) << made.output;
+    const ToolRun dump = run("dump " + file.path());
+    EXPECT_EQ(dump.status, 0);
+    for (const char* line : {"FOR4 'VALS'", "    DBLE  Tdata 0.10000000000000001\n", "    DBLE  time 6000 ticks\n",
+                             "    DBLE  bytes 010203  (Tdata refuses them)\n", "    XYZW  bytes \"abc\\0\"\n"})
+        EXPECT_NE(dump.output.find(line), std::string::npos) << line << "\n" << dump.output;
+}
+
+TEST(GrundelIff, BadTextIsReportedAndNothingIsWritten) {
+    TempFile text(".txt"), out;
+    std::remove(out.path().c_str());
+    text.setBytes(fltest::text("grundel-iff text 1\nform FOR4 VALS {\n  DBLE 1.5 2\n"));
+    ToolRun result = run("fromtext " + text.path() + " " + out.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find(": line 3: chunk DBLE: 1 argument(s) left over after the value"), std::string::npos)
+        << result.output;
+    EXPECT_NE(::access(out.path().c_str(), F_OK), 0);
+    // Text that makes a file the library refuses: a data chunk at the root.
+    text.setBytes(fltest::text("grundel-iff text 1\nDATA bytes 1 00\n"));
+    result = run("fromtext " + text.path() + " " + out.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("the chunk library would refuse this file: (12) bad root block"), std::string::npos)
+        << result.output;
+    // totext refuses what check refuses, with the same message.
+    text.setBytes(fltest::text("not chunks at all"));
+    result = run("totext " + text.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("(12) bad root block"), std::string::npos) << result.output;
 }
