@@ -18,7 +18,7 @@ constexpr TuInt64 kFootprintHeaderBytes = 24;
 } // namespace
 
 void* arrayAllocate(std::size_t bytes, const char* category) {
-    void* p = isMapped(bytes) ? mmapAlloc(bytes, category) : std::malloc(bytes);
+    void* p = isMapped(bytes) ? mmapAllocUncleared(bytes, category) : std::malloc(bytes);
     if (!p)
         throw TmemoryException(bytes);
     return p;
@@ -38,7 +38,7 @@ void* arrayReallocate(std::size_t oldBytes, std::size_t newBytes, void* storage,
     if (!isMapped(oldBytes) && !isMapped(newBytes)) {
         p = std::realloc(storage, newBytes);
     } else if (!isMapped(oldBytes)) {
-        p = mmapAlloc(newBytes, category);
+        p = mmapAllocUncleared(newBytes, category);
         if (p) {
             std::memcpy(p, storage, oldBytes);
             std::free(storage);

@@ -23,6 +23,35 @@ struct Block {
     Category* category;
 };
 
+struct Spare {
+    void* pages;
+    std::size_t mapped;
+};
+
+// Few enough to search by a scan under the lock.
+constexpr std::size_t kMaxSpares = 8;
+
+std::size_t defaultSpareLimit(std::size_t pageSize) noexcept {
+    constexpr std::size_t kMost = std::size_t(64) << 20;
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    if (pages <= 0)
+        return kMost;
+    const std::size_t sixteenth = std::size_t(pages) / 16 * pageSize;
+    return sixteenth < kMost ? sixteenth : kMost;
+}
+
+// Mappings put aside to be returned to the system once the lock is released.
+struct Unmapping {
+    Spare spares[kMaxSpares + 1] = {};
+    std::size_t count = 0;
+
+    void add(Spare s) noexcept { spares[count++] = s; }
+    ~Unmapping() {
+        for (std::size_t i = 0; i < count; ++i)
+            munmap(spares[i].pages, spares[i].mapped);
+    }
+};
+
 // The blocks and their categories. Created on first use and never destroyed,
 // so that arrays released by static destructors still find it.
 struct Registry {
@@ -30,6 +59,11 @@ struct Registry {
     std::unordered_map<const void*, Block> blocks;
     std::deque<Category> categories;
     std::size_t pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    // Released mappings kept for reuse, the most recent first.
+    Spare spares[kMaxSpares] = {};
+    std::size_t spareCount = 0;
+    std::size_t spareBytes = 0;
+    std::size_t spareLimit = defaultSpareLimit(pageSize);
 
     static Registry& instance() noexcept {
         static Registry* registry = new Registry;
@@ -58,6 +92,59 @@ struct Registry {
         return &categories.back();
     }
 
+    // Caller holds the lock. Drops the spare at i, keeping the order.
+    Spare removeSpare(std::size_t i) noexcept {
+        const Spare s = spares[i];
+        for (std::size_t j = i + 1; j < spareCount; ++j)
+            spares[j - 1] = spares[j];
+        --spareCount;
+        spareBytes -= s.mapped;
+        return s;
+    }
+
+    // Caller holds the lock. Hands the oldest spares to out until those
+    // left fit in room more bytes and one more mapping.
+    void makeRoom(std::size_t room, std::size_t slots, Unmapping& out) noexcept {
+        while (spareCount > 0 && (spareBytes + room > spareLimit || spareCount + slots > kMaxSpares))
+            out.add(removeSpare(spareCount - 1));
+    }
+
+    // Caller holds the lock. Keeps s as the newest spare; false when it
+    // alone exceeds the limit.
+    bool keepSpare(Spare s, Unmapping& out) noexcept {
+        if (s.mapped > spareLimit)
+            return false;
+        makeRoom(s.mapped, 1, out);
+        for (std::size_t j = spareCount; j > 0; --j)
+            spares[j] = spares[j - 1];
+        spares[0] = s;
+        ++spareCount;
+        spareBytes += s.mapped;
+        return true;
+    }
+
+    // Takes the spare for a block of mapped bytes: the smallest of those that
+    // hold it (at most twice as large), else the largest of those at least
+    // half its size. Null pages when none suits.
+    Spare takeSpare(std::size_t mapped) noexcept {
+        std::lock_guard<std::mutex> guard(lock);
+        std::size_t best = kMaxSpares;
+        for (std::size_t i = 0; i < spareCount; ++i) {
+            const std::size_t size = spares[i].mapped;
+            if (size / 2 > mapped || size < mapped / 2)
+                continue;
+            if (best == kMaxSpares) {
+                best = i;
+                continue;
+            }
+            const std::size_t chosen = spares[best].mapped;
+            const bool holds = size >= mapped;
+            if (holds ? chosen < mapped || size < chosen : chosen < mapped && size > chosen)
+                best = i;
+        }
+        return best == kMaxSpares ? Spare{nullptr, 0} : removeSpare(best);
+    }
+
     static void count(Category* c, std::size_t oldBytes, std::size_t newBytes, int blocks) noexcept {
         c->stats.blocks += static_cast<TuInt64>(static_cast<Tint64>(blocks));
         c->stats.bytes = c->stats.bytes - oldBytes + newBytes;
@@ -71,14 +158,34 @@ void* mapPages(std::size_t mapped) noexcept {
     return p == MAP_FAILED ? nullptr : p;
 }
 
-} // namespace
+// A spare's pages made exactly mapped bytes long; null (and the spare
+// released) when they cannot grow. With clear, the reused pages are zeroed;
+// grown ones come zeroed from the kernel.
+void* fitSpare(Spare s, std::size_t mapped, bool clear) noexcept {
+    void* p = s.pages;
+    if (s.mapped > mapped) {
+        munmap(static_cast<char*>(p) + mapped, s.mapped - mapped);
+    } else if (s.mapped < mapped) {
+        p = mremap(p, s.mapped, mapped, MREMAP_MAYMOVE);
+        if (p == MAP_FAILED) {
+            munmap(s.pages, s.mapped);
+            return nullptr;
+        }
+    }
+    if (clear)
+        std::memset(p, 0, s.mapped < mapped ? s.mapped : mapped);
+    return p;
+}
 
-void* mmapAlloc(std::size_t bytes, const char* category) noexcept {
+void* allocate(std::size_t bytes, const char* category, bool clear) noexcept {
     Registry& r = Registry::instance();
     const std::size_t mapped = r.pagesFor(bytes);
     if (mapped == 0)
         return nullptr;
-    void* p = mapPages(mapped);
+    const Spare spare = r.takeSpare(mapped);
+    void* p = spare.pages ? fitSpare(spare, mapped, clear) : nullptr;
+    if (!p)
+        p = mapPages(mapped);
     if (!p)
         return nullptr;
     std::lock_guard<std::mutex> guard(r.lock);
@@ -93,6 +200,14 @@ void* mmapAlloc(std::size_t bytes, const char* category) noexcept {
     }
     munmap(p, mapped);
     return nullptr;
+}
+
+} // namespace
+
+void* mmapAlloc(std::size_t bytes, const char* category) noexcept { return allocate(bytes, category, true); }
+
+void* mmapAllocUncleared(std::size_t bytes, const char* category) noexcept {
+    return allocate(bytes, category, false);
 }
 
 bool mmapGrow(void* storage, std::size_t bytes) noexcept {
@@ -149,6 +264,7 @@ bool mmapFree(void* storage) noexcept {
     if (!storage)
         return true;
     Registry& r = Registry::instance();
+    Unmapping released; // after the lock (declared first, destroyed last)
     std::lock_guard<std::mutex> guard(r.lock);
     auto it = r.blocks.find(storage);
     if (it == r.blocks.end())
@@ -156,8 +272,33 @@ bool mmapFree(void* storage) noexcept {
     const Block b = it->second;
     r.blocks.erase(it);
     Registry::count(b.category, b.bytes, 0, -1);
-    munmap(storage, b.mapped);
+    if (!r.keepSpare(Spare{storage, b.mapped}, released))
+        released.add(Spare{storage, b.mapped});
     return true;
+}
+
+std::size_t mmapSpareBytes() noexcept {
+    Registry& r = Registry::instance();
+    std::lock_guard<std::mutex> guard(r.lock);
+    return r.spareBytes;
+}
+
+std::size_t mmapSetSpareLimit(std::size_t bytes) noexcept {
+    Registry& r = Registry::instance();
+    Unmapping released;
+    std::lock_guard<std::mutex> guard(r.lock);
+    const std::size_t previous = r.spareLimit;
+    r.spareLimit = bytes;
+    r.makeRoom(0, 0, released);
+    return previous;
+}
+
+void mmapReleaseSpares() noexcept {
+    Registry& r = Registry::instance();
+    Unmapping released;
+    std::lock_guard<std::mutex> guard(r.lock);
+    while (r.spareCount > 0)
+        released.add(r.removeSpare(r.spareCount - 1));
 }
 
 std::size_t mmapSize(const void* storage) noexcept {
