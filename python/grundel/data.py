@@ -34,12 +34,13 @@ class Value:
     chunk's bytes) and text (the value's text form with its type, as
     grundel-iff totext writes it; "" when the value has none)."""
 
-    __slots__ = ("tag", "data", "text")
+    __slots__ = ("tag", "data", "text", "_wide")
 
     def __init__(self, tag, data, text=""):
         self.tag = tag
         self.data = bytes(data)
         self.text = text
+        self._wide = False  # written with a size known only on closing
 
     def __eq__(self, other):
         if not isinstance(other, Value):

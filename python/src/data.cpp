@@ -170,18 +170,54 @@ py::str textOf(const Tdata& value) {
     return py::str(text);
 }
 
+// A data chunk whose size is 1 or 2 above a multiple of 4 may be followed by
+// 2 bytes of padding more than its size asks for: the writer rounds a chunk
+// whose size it learns only on closing on to a multiple of 4. The reader
+// skips them, so the loader notes which chunks had them, and keeps a chunk
+// whose padding its Python form would not give again as a Value.
+bool paddingVaries(TuInt64 size) noexcept { return (size + (size & 1)) % 4 == 2; }
+
 struct Loader {
     TiffFile& file;
     PyObject* name;
     py::object valueType, groupType;
 
+    // The last data chunk of a level, until the next header shows its padding.
+    struct Pending {
+        py::ssize_t index = -1;  // in the level's list; -1: none to check
+        TuInt64 end = 0;         // of its data
+        bool letterForm = false; // a form save writes with the wider padding
+        py::bytes data;
+        py::str text;
+    };
+
     [[noreturn]] void fail(int code) { throwIffError(code, name); }
 
-    py::object convert(TuInt32 id, const unsigned char* data, TuInt32 size) {
+    py::object makeValue(TuInt32 id, py::bytes data, py::str text, bool wide) {
+        py::object value = valueType(idText(id), data, text);
+        if (wide)
+            value.attr("_wide") = true;
+        return value;
+    }
+
+    // A chunk that met end (the next header, or its level's end) is settled.
+    void settle(py::list& items, Pending& pending, TuInt64 end) {
+        if (pending.index < 0)
+            return;
+        const bool wide = end >= pending.end + 2 + (pending.end & 1) && end != kFLunknownEnd;
+        py::tuple item = items[pending.index];
+        if (wide != pending.letterForm) {
+            items[pending.index] = py::make_tuple(item[0], makeValue(idOf(item[0]), pending.data, pending.text, wide));
+        }
+        pending = Pending();
+    }
+
+    py::object convert(TuInt32 id, const unsigned char* data, TuInt32 size, bool& letterForm, py::str& text) {
         Tdata value;
         TuInt32 unread = 0;
         const int decoded = TdataChunk::decode(TiffTag(id), data, size, value, &unread);
         py::object out;
+        letterForm = false;
         if (decoded == TdataChunk::kRead && unread == 0 && !value.cast(&TdataUnknown::fsMetaclass)) {
             if (id == Tdata::kTag.value()) {
                 if (size == 8 && !value.isAnimTime())
@@ -190,44 +226,65 @@ struct Loader {
                 out = matrixOf(*matrix, data, size, unread);
             } else if (EveryTuple::of(value, data, size, out)) {
             }
+            letterForm = bool(out) && id != Tdata::kTag.value();
         }
         if (!out && decoded == TdataChunk::kRead &&
             (arrayOf<TdataDoubleArray>(value, size, unread, out) || arrayOf<TdataInt32Array>(value, size, unread, out) ||
              arrayOf<TdataUInt64Array>(value, size, unread, out))) {
+            letterForm = bool(out);
         }
-        if (out)
+        if (out && !paddingVaries(size))
             return out;
-        return valueType(idText(id), py::bytes(reinterpret_cast<const char*>(data), size), textOf(value));
+        text = textOf(value);
+        return out ? out : makeValue(id, py::bytes(reinterpret_cast<const char*>(data), size), text, false);
     }
 
-    py::list level() {
+    // The pairs of the level open in file, whose data ends at levelEnd
+    // (kFLunknownEnd when not known).
+    py::list level(TuInt64 levelEnd) {
         py::list items;
+        Pending pending;
         _FLfile* fl = file.flFile();
         for (;;) {
             TiffTag tag;
             Tint32 size = 0;
             int code = file.beginGet(tag, &size);
-            if (code == kFLend)
+            if (code == kFLend) {
+                settle(items, pending, levelEnd);
                 return items;
+            }
+            if (code != kFLnoError && code != kFLgroupHeader)
+                fail(code);
+            const TuInt64 header = fl->context->start - 8;
+            settle(items, pending, header);
             if (code == kFLgroupHeader) {
+                const TuInt64 end = size < 0 ? kFLunknownEnd : header + 8 + TuInt64(size);
                 TuInt32 type = 0;
                 if ((code = FLbgnrgroup(fl, &type, nullptr)) != kFLnoError)
                     fail(code);
-                py::list inner = level();
+                py::list inner = level(end);
                 if ((code = FLendrgroup(fl)) != kFLnoError)
                     fail(code);
                 items.append(py::make_tuple(idText(type), groupType(idText(tag.value()), idText(type), inner)));
                 continue;
             }
-            if (code != kFLnoError)
-                fail(code);
             if (size < 0)
                 fail(FLseterror(kFLbadSize));
             const void* data = size ? file.sharedGet(std::size_t(size)) : "";
             if (!data)
                 fail(FLerror());
-            items.append(py::make_tuple(idText(tag.value()),
-                                        convert(tag.value(), static_cast<const unsigned char*>(data), TuInt32(size))));
+            const auto* bytes = static_cast<const unsigned char*>(data);
+            bool letterForm = false;
+            py::str text;
+            py::object value = convert(tag.value(), bytes, TuInt32(size), letterForm, text);
+            if (paddingVaries(TuInt64(size))) {
+                pending.index = py::len(items);
+                pending.end = header + 8 + TuInt64(size);
+                pending.letterForm = letterForm;
+                pending.data = py::bytes(reinterpret_cast<const char*>(bytes), std::size_t(size));
+                pending.text = text;
+            }
+            items.append(py::make_tuple(idText(tag.value()), value));
             if ((code = file.endGet()) != kFLnoError)
                 fail(code);
         }
@@ -245,7 +302,8 @@ py::list load(py::object name) {
         throwIffError(FLerror(), name.ptr());
     file.setFLfile(fl);
     Loader loader{file, name.ptr(), data.attr("Value"), data.attr("Group")};
-    return loader.level();
+    const long length = FLsize(fl);
+    return loader.level(length < 0 ? kFLunknownEnd : TuInt64(length));
 }
 
 struct Saver {
@@ -278,7 +336,15 @@ struct Saver {
             char* data = nullptr;
             py::ssize_t length = 0;
             PYBIND11_BYTES_AS_STRING_AND_SIZE(bytes.ptr(), &data, &length);
-            check(length > INT32_MAX ? FLseterror(kFLbadSize) : file.putChunk(TiffTag(tag), Tint32(length), data));
+            // A size known from the start, unless the chunk had the wider
+            // padding of a size learnt on closing.
+            const bool wide = py::hasattr(value, "_wide") && py::bool_(value.attr("_wide"));
+            if (length > INT32_MAX)
+                check(FLseterror(kFLbadSize));
+            check(file.beginPut(TiffTag(tag), wide ? -1 : Tint32(length)));
+            const int put = length ? file.put(data, std::size_t(length)) : 0;
+            const int closed = file.endPut();
+            check(put ? put : closed);
             return;
         }
         Tdata encoded;
