@@ -49,6 +49,14 @@ TuInt32 idOf(py::handle text) {
     return id;
 }
 
+// A Python number as a double; TypeError for anything else.
+double number(py::handle value) {
+    const double result = PyFloat_AsDouble(value.ptr());
+    if (result == -1.0 && PyErr_Occurred())
+        throw py::error_already_set();
+    return result;
+}
+
 py::object element(double v) { return py::float_(v); }
 py::object element(float v) { return py::float_(double(v)); }
 py::object element(Tint32 v) { return py::int_(v); }
@@ -86,7 +94,7 @@ bool tupleFrom(TdataLetter* letter, py::handle items) {
         throw py::value_error("a " + std::string(Class::kTypeName) + " takes " + std::to_string(Class::kCount) +
                               " numbers");
     for (int i = 0; i < Class::kCount; ++i)
-        (*tuple)[i] = Tdata(py::cast<double>(seq[i]));
+        (*tuple)[i] = Tdata(number(seq[i]));
     return true;
 }
 
@@ -349,15 +357,14 @@ struct Saver {
         }
         Tdata encoded;
         if (tag == Tdata::kTag.value()) {
-            encoded = py::cast<double>(value);
+            encoded = number(value);
         } else {
             TdataLetter* letter = TmetaLetter::construct(TiffTag(tag));
+            encoded = letter; // owns it from here on
             if (!letter || letter->cast(&TdataUnknown::fsMetaclass)) {
-                delete letter;
                 throw py::value_error("no value class is registered under the tag " + std::string(py::str(item[0])) +
                                       "; save its bytes as a Value");
             }
-            encoded = letter;
             if (auto* matrix = static_cast<TdataMatrix*>(letter->cast(TdataMatrix::sMetaclass()))) {
                 auto cells = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(value);
                 if (!cells || cells.ndim() != 2 || cells.shape(0) != 4 || cells.shape(1) != 4)

@@ -237,7 +237,7 @@ class TestBadInput:
     def test_values_a_tag_cannot_hold_are_refused(self, tmp_path):
         out = tmp_path / "out.iff"
         bad = [("DBL3", (1, 2)), ("ZZZZ", 1.0), ("MATR", np.eye(3)), ("BINA", b"raw"), ("DBL#", np.eye(2)),
-               ("XXXX", Value("YYYY", b""))]
+               ("XXXX", Value("YYYY", b"")), ("DBLE", "1.0"), ("SRT2", ("a", 1))]
         for tag, value in bad:
             with pytest.raises((ValueError, TypeError)):
                 save(out, [("TEST", Group("FORM", "TEST", [(tag, value)]))])
