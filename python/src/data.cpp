@@ -168,6 +168,8 @@ py::object matrixOf(const TdataMatrix& matrix, const unsigned char* data, TuInt3
 py::str textOf(const Tdata& value) {
     if (value.isAnimTime())
         return py::str("time " + std::to_string(value.timeValue().inTicks()));
+    if (value.cast(&TdataUnknown::fsMetaclass))
+        return py::str(""); // bytes nobody reads have no text
     Tfile out;
     out.setFullDigits(true);
     if (value.writeASCII(out, 0, true) != 0)
@@ -232,13 +234,15 @@ struct Loader {
                     out = py::float_(value.doubleValue());
             } else if (const auto* matrix = static_cast<const TdataMatrix*>(value.cast(TdataMatrix::sMetaclass()))) {
                 out = matrixOf(*matrix, data, size, unread);
-            } else if (EveryTuple::of(value, data, size, out)) {
+            } else {
+                (void)EveryTuple::of(value, data, size, out);
             }
             letterForm = bool(out) && id != Tdata::kTag.value();
         }
-        if (!out && decoded == TdataChunk::kRead &&
-            (arrayOf<TdataDoubleArray>(value, size, unread, out) || arrayOf<TdataInt32Array>(value, size, unread, out) ||
-             arrayOf<TdataUInt64Array>(value, size, unread, out))) {
+        if (!out && decoded == TdataChunk::kRead) {
+            (void)(arrayOf<TdataDoubleArray>(value, size, unread, out) ||
+                   arrayOf<TdataInt32Array>(value, size, unread, out) ||
+                   arrayOf<TdataUInt64Array>(value, size, unread, out));
             letterForm = bool(out);
         }
         if (out && !paddingVaries(size))
