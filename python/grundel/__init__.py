@@ -4,9 +4,9 @@
     for chunk in grundel.iff.walk("scene.iff"):
         print(chunk.depth * "  ", chunk.id, chunk.group_type or chunk.size)
 
-grundel.iff walks and writes chunk files; every failure of the library raises
-IffError with the library's code and message. (Typed values over chunk files
-will come as grundel.data, beside grundel.iff.)
+grundel.iff walks and writes chunk files; grundel.data reads and writes their
+typed values (numbers, tuples, NumPy arrays). Every failure of the library
+raises IffError with the library's code and message.
 """
 
 
@@ -36,5 +36,6 @@ class IffError(OSError):
 
 
 from . import iff  # noqa: E402  (iff's extension looks IffError up here)
+from . import data  # noqa: E402
 
-__all__ = ["IffError", "iff"]
+__all__ = ["IffError", "data", "iff"]

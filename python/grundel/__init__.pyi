@@ -1,6 +1,7 @@
 from typing import Optional, Union
 import os
 
+from . import data as data
 from . import iff as iff
 
 # Names the module accepts wherever it opens a file.
@@ -15,4 +16,3 @@ class IffError(OSError):
     errno: Optional[int]  # set only for the library's code 40 "IO error"
     def __init__(self, code: int, message: str, filename: object = ..., errno: Optional[int] = ...) -> None: ...
 
-# grundel.data (typed values) will join grundel.iff here.

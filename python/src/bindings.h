@@ -31,6 +31,7 @@ _FLfile* openName(const std::string& encoded, const char* mode);
 /// or four bytes. False with ValueError or TypeError set.
 bool parseId(PyObject* text, TuInt32& id);
 
+void bindData(py::module_& module);
 void bindNames(py::module_& module);
 void bindWalk(py::module_& module);
 void bindWriter(py::module_& module);

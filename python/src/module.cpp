@@ -3,7 +3,8 @@
 #include "bindings.h"
 
 PYBIND11_MODULE(_grundel, module) {
-    module.doc() = "Bindings of the Grundel library for the grundel package (use grundel.iff).";
+    module.doc() = "Bindings of the Grundel library for the grundel package (use grundel.iff and grundel.data).";
+    grundel::python::bindData(module);
     grundel::python::bindNames(module);
     grundel::python::bindWalk(module);
     grundel::python::bindWriter(module);
