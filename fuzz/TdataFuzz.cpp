@@ -59,8 +59,23 @@ bool keepsBits(const Tdata& value) {
 
 // A letter's text, with its type, must read back into a letter with the
 // same text (bytes may differ only in NaN payloads, which text drops).
+// Whether value is, or a compound holds at any depth, a value of a type
+// nobody registered: its text keeps the rest of the line (or, read from
+// bytes, has none), so a compound holding one reads back only in part.
+bool holdsUnknown(const Tdata& value, int depth = 0) {
+    if (value.cast(&TdataUnknown::fsMetaclass))
+        return true;
+    const auto* compound = static_cast<const TdataCompound*>(value.cast(&TdataCompound::fsMetaclass));
+    if (!compound || depth > TdataCompound::kMaxDepth)
+        return false;
+    for (const Tdata& child : *compound)
+        if (holdsUnknown(child, depth + 1))
+            return true;
+    return false;
+}
+
 void checkText(const Tdata& value) {
-    if (!value.letter() || value.cast(&TdataUnknown::fsMetaclass))
+    if (!value.letter() || holdsUnknown(value))
         return;
     Tfile text;
     (void)value.writeASCII(text, 0, true);
@@ -87,8 +102,8 @@ void decodeOne(const char* bytes, std::size_t size) {
     check(unread <= payload.size(), "unread beyond the payload");
     int code = 0;
     const std::string again = rewrittenPayload(value, code);
-    if (code == kFLbadId || code == kFLreservedId)
-        return; // an identifier no data chunk may have (a group's, say)
+    if (code == kFLbadId || code == kFLreservedId || code == kFLunexpected)
+        return; // an identifier no data chunk may have here (a group's, say)
     const bool kept = value.cast(&TdataUnknown::fsMetaclass) != nullptr;
     const bool immediate = tag == Tdata::kTag && (payload.size() == 8 || payload.size() == 4);
     if (kept || immediate) {
