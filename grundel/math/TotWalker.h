@@ -4,6 +4,7 @@
 #include "grundel/math/T4dDblVector.h"
 #include "grundel/math/Toctree.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -22,6 +23,92 @@ inline double boxDistance2(const TotNode<T>& node, const double q[3]) noexcept {
     }
     return s;
 }
+
+
+/// A ray prepared for walking cells: its origin, direction and reciprocals,
+/// and per axis whether it crosses that axis's planes at all.
+struct TotRay {
+    double o[3], d[3], inv[3];
+    bool moves[3]; // false: parallel to that axis's planes
+
+    /// False (nothing to walk) for a non-finite origin or direction, a
+    /// direction of zero, or a NaN tMax.
+    bool set(const double* origin, const double* direction, double tMax) noexcept {
+        for (int k = 0; k < 3; ++k) {
+            o[k] = origin[k];
+            d[k] = direction[k];
+            if (!std::isfinite(o[k]) || !std::isfinite(d[k]))
+                return false;
+            inv[k] = 1.0 / d[k];
+            moves[k] = d[k] != 0 && std::isfinite(inv[k]);
+        }
+        return (moves[0] || moves[1] || moves[2]) && !std::isnan(tMax);
+    }
+
+    /// The ray's range [t0, t1] inside the closed box lo..hi, starting from
+    /// [0, tMax]; false when it misses the box.
+    template <class Corner>
+    bool clip(const Corner& lo, const Corner& hi, double tMax, double& t0, double& t1) const noexcept {
+        t0 = 0;
+        t1 = tMax;
+        for (int k = 0; k < 3; ++k) {
+            if (!moves[k]) {
+                if (!(o[k] >= lo[k] && o[k] <= hi[k]))
+                    return false;
+                continue;
+            }
+            double ta = (lo[k] - o[k]) * inv[k], tb = (hi[k] - o[k]) * inv[k];
+            if (ta > tb)
+                std::swap(ta, tb);
+            t0 = std::max(t0, ta);
+            t1 = std::min(t1, tb);
+        }
+        return t0 <= t1;
+    }
+
+    /// Calls visit(octant, start, stop) for the octants of a cell split at
+    /// center that the ray meets inside (t0, t1), in the order it meets them
+    /// (at most four): the octant at t0, then one bit flipped per dividing
+    /// plane crossed, in order of t.
+    template <class Center, class Visit>
+    void forEachChild(const Center& center, double t0, double t1, Visit&& visit) const {
+        int octant = 0;
+        double cross[3];
+        int axis[3];
+        int n = 0;
+        for (int k = 0; k < 3; ++k) {
+            const double ck = center[k];
+            if (!moves[k]) {
+                if (o[k] >= ck)
+                    octant |= 1 << k;
+                continue;
+            }
+            const double tc = (ck - o[k]) * inv[k];
+            if (d[k] > 0 ? tc <= t0 : tc >= t0)
+                octant |= 1 << k;
+            if (tc > t0 && tc < t1) {
+                // Insertion into the crossings kept in order of t.
+                int at = n++;
+                while (at > 0 && cross[at - 1] > tc) {
+                    cross[at] = cross[at - 1];
+                    axis[at] = axis[at - 1];
+                    --at;
+                }
+                cross[at] = tc;
+                axis[at] = k;
+            }
+        }
+        double start = t0;
+        for (int s = 0; s <= n; ++s) {
+            const double stop = s < n ? cross[s] : t1;
+            visit(octant, start, stop);
+            if (s < n) {
+                octant ^= 1 << axis[s];
+                start = stop;
+            }
+        }
+    }
+};
 
 } // namespace grundel::detail
 
@@ -100,35 +187,9 @@ void TotRayWalker<T>::walk(const Toctree<T>& tree, const T3dDblPoint& origin, co
                            double tMax, Fn&& fn) {
     const double o[3] = {origin.x, origin.y, origin.z};
     const double d[3] = {direction.x, direction.y, direction.z};
-    double inv[3];
-    bool moves[3]; // false: parallel to that axis's planes
-    for (int k = 0; k < 3; ++k) {
-        if (!std::isfinite(o[k]) || !std::isfinite(d[k]))
-            return;
-        inv[k] = 1.0 / d[k];
-        moves[k] = d[k] != 0 && std::isfinite(inv[k]);
-    }
-    if (!moves[0] && !moves[1] && !moves[2])
-        return;
-    if (std::isnan(tMax))
-        return;
-
-    // The ray's range inside the root box.
-    double t0 = 0, t1 = tMax;
-    for (int k = 0; k < 3; ++k) {
-        const double lo = tree.minCorner()[k], hi = tree.maxCorner()[k];
-        if (!moves[k]) {
-            if (!(o[k] >= lo && o[k] <= hi))
-                return;
-            continue;
-        }
-        double ta = (lo - o[k]) * inv[k], tb = (hi - o[k]) * inv[k];
-        if (ta > tb)
-            std::swap(ta, tb);
-        t0 = std::max(t0, ta);
-        t1 = std::min(t1, tb);
-    }
-    if (!(t0 <= t1))
+    grundel::detail::TotRay ray;
+    double t0, t1;
+    if (!ray.set(o, d, tMax) || !ray.clip(tree.minCorner(), tree.maxCorner(), tMax, t0, t1))
         return;
 
     fStack.clear();
@@ -145,47 +206,13 @@ void TotRayWalker<T>::walk(const Toctree<T>& tree, const T3dDblPoint& origin, co
         if (!node->isSplit() || item.t0 > tMax)
             continue;
 
-        // Octant at t0 and the plane crossings inside the range.
-        const T3dFltPoint& c = node->center();
-        int octant = 0;
-        double cross[3];
-        int axis[3];
-        int n = 0;
-        for (int k = 0; k < 3; ++k) {
-            const double ck = c[k];
-            if (!moves[k]) {
-                if (o[k] >= ck)
-                    octant |= 1 << k;
-                continue;
-            }
-            const double tc = (ck - o[k]) * inv[k];
-            if (d[k] > 0 ? tc <= item.t0 : tc >= item.t0)
-                octant |= 1 << k;
-            if (tc > item.t0 && tc < item.t1) {
-                // Insertion into the crossings kept in order of t.
-                int at = n++;
-                while (at > 0 && cross[at - 1] > tc) {
-                    cross[at] = cross[at - 1];
-                    axis[at] = axis[at - 1];
-                    --at;
-                }
-                cross[at] = tc;
-                axis[at] = k;
-            }
-        }
         // The children in ray order, pushed last first.
         Item seq[4];
         int m = 0;
-        double start = item.t0;
-        for (int s = 0; s <= n; ++s) {
-            const double stop = s < n ? cross[s] : item.t1;
+        ray.forEachChild(node->center(), item.t0, item.t1, [&](int octant, double start, double stop) {
             if (const TotNode<T>* ch = node->child(octant))
                 seq[m++] = Item{ch, start, stop};
-            if (s < n) {
-                octant ^= 1 << axis[s];
-                start = stop;
-            }
-        }
+        });
         while (m > 0) {
             const Item& it = seq[--m];
             if (it.t0 <= tMax) {

@@ -73,33 +73,9 @@ grundel::detail::RayTriangle laneTriangle(const Block& block, unsigned int l) no
 template <class Fn>
 void TtriangleOctreeWalker::walk(const TtriangleOctree::QueryLayout& layout, const double* o, const double* d,
                                  double tMax, Fn&& fn) {
-    double inv[3];
-    bool moves[3]; // false: parallel to that axis's planes
-    for (int k = 0; k < 3; ++k) {
-        if (!std::isfinite(o[k]) || !std::isfinite(d[k]))
-            return;
-        inv[k] = 1.0 / d[k];
-        moves[k] = d[k] != 0 && std::isfinite(inv[k]);
-    }
-    if ((!moves[0] && !moves[1] && !moves[2]) || std::isnan(tMax))
-        return;
-
-    // The ray's range inside the root box.
-    double t0 = 0, t1 = tMax;
-    for (int k = 0; k < 3; ++k) {
-        const double lo = layout.min[k], hi = layout.max[k];
-        if (!moves[k]) {
-            if (!(o[k] >= lo && o[k] <= hi))
-                return;
-            continue;
-        }
-        double ta = (lo - o[k]) * inv[k], tb = (hi - o[k]) * inv[k];
-        if (ta > tb)
-            std::swap(ta, tb);
-        t0 = std::max(t0, ta);
-        t1 = std::min(t1, tb);
-    }
-    if (!(t0 <= t1))
+    grundel::detail::TotRay ray;
+    double t0, t1;
+    if (!ray.set(o, d, tMax) || !ray.clip(layout.min, layout.max, tMax, t0, t1))
         return;
 
     const TtriangleOctree::QueryLayout::Node* nodes = layout.nodes.data();
@@ -119,50 +95,17 @@ void TtriangleOctreeWalker::walk(const TtriangleOctree::QueryLayout& layout, con
         if (!node.children || item.t0 > tMax)
             continue;
 
-        // The octant at t0, then one bit flipped per dividing plane crossed
-        // inside (t0, t1), in order of t: the children in the order the ray
-        // meets them (at most four).
-        int octant = 0;
-        double cross[3];
-        int axis[3];
-        int n = 0;
-        for (int k = 0; k < 3; ++k) {
-            const double ck = node.center[k];
-            if (!moves[k]) {
-                if (o[k] >= ck)
-                    octant |= 1 << k;
-                continue;
-            }
-            const double tc = (ck - o[k]) * inv[k];
-            if (d[k] > 0 ? tc <= item.t0 : tc >= item.t0)
-                octant |= 1 << k;
-            if (tc > item.t0 && tc < item.t1) {
-                int at = n++;
-                while (at > 0 && cross[at - 1] > tc) {
-                    cross[at] = cross[at - 1];
-                    axis[at] = axis[at - 1];
-                    --at;
-                }
-                cross[at] = tc;
-                axis[at] = k;
-            }
-        }
+        // The children in the order the ray meets them, pushed last first;
+        // the next cell's node and first triangles are asked for while this
+        // one is still being read.
         Item seq[4];
         int m = 0;
-        double start = item.t0;
-        for (int s = 0; s <= n; ++s) {
-            const double stop = s < n ? cross[s] : item.t1;
+        ray.forEachChild(node.center, item.t0, item.t1, [&](int octant, double start, double stop) {
             if (node.children & (1u << octant)) {
                 const unsigned int below = node.children & ((1u << octant) - 1);
                 seq[m++] = Item{node.firstChild + bitCount8(below), start, stop};
             }
-            if (s < n) {
-                octant ^= 1 << axis[s];
-                start = stop;
-            }
-        }
-        // Pushed last first; the next cell's node and first triangles are
-        // asked for while this one is still being read.
+        });
         while (m > 0) {
             const Item& it = seq[--m];
             if (it.t0 <= tMax) {
