@@ -213,15 +213,15 @@ std::unique_ptr<TtriangleOctree> buildTriangleTree() {
 
 void BM_TriangleBuild_Grundel(benchmark::State& state) {
     mesh();
-    std::size_t nodes = 0, blocks = 0;
+    std::size_t nodes = 0, entries = 0;
     for (auto _ : state) {
         auto tree = buildTriangleTree();
         nodes = tree->queryLayout().nodes.size();
-        blocks = tree->queryLayout().blocks.size();
+        entries = tree->queryLayout().entries.size();
         benchmark::DoNotOptimize(tree.get());
     }
     state.counters["nodes"] = static_cast<double>(nodes);
-    state.counters["blocks"] = static_cast<double>(blocks);
+    state.counters["entries"] = static_cast<double>(entries);
 }
 
 void BM_RayFirstHit_Grundel(benchmark::State& state) {

@@ -202,8 +202,10 @@ protected:
     /// when no one octant would receive all its entries and the new one
     /// (otherwise the child would be as full, cell after cell, down to the
     /// smallest size: around a vertex shared by more triangles than a leaf
-    /// holds, or for duplicate faces). Until then it keeps growing, and tests
-    /// again each time its list must grow, so the tests cost linear time.
+    /// holds, or for duplicate faces), or when they all fall into one and the
+    /// same octant and no other (a cluster in a corner of a large cell, which
+    /// smaller cells separate). Until then it keeps growing, and tests again
+    /// each time its list must grow, so the tests cost linear time.
     void setSplitOnlyWhenSeparating(bool on) noexcept { fSplitOnlyWhenSeparating = on; }
 
 private:
@@ -338,10 +340,16 @@ void TotNode<T>::split(unsigned int budget) {
 
 template <class T>
 bool TotNode<T>::splitSeparates(const T& entry) const {
-    unsigned int common = static_cast<unsigned int>(fTree->sortEntry(entry, fBox)) & fChildMask;
-    for (unsigned int i = 0; i < fCount && common; ++i)
-        common &= static_cast<unsigned int>(fTree->sortEntry(fEntries[i], fBox));
-    return common == 0;
+    const unsigned int first = static_cast<unsigned int>(fTree->sortEntry(entry, fBox)) & fChildMask;
+    unsigned int common = first, all = first;
+    for (unsigned int i = 0; i < fCount && (common || (all & (all - 1)) == 0); ++i) {
+        const unsigned int mask = static_cast<unsigned int>(fTree->sortEntry(fEntries[i], fBox)) & fChildMask;
+        common &= mask;
+        all |= mask;
+    }
+    // No octant shared by all, or one octant holding all (a cluster the
+    // child's smaller cell separates further).
+    return common == 0 || (all & (all - 1)) == 0;
 }
 
 template <class T>

@@ -182,22 +182,29 @@ const TtriangleOctree::QueryLayout& TtriangleOctree::queryLayout() const {
 
 void TtriangleOctree::buildQueryLayout() const {
     QueryLayout& out = fLayout;
-    constexpr unsigned int kLanes = QueryLayout::Block::kSize;
     out.nodes.clear();
-    out.blocks.clear();
-    std::size_t nodeTotal = 0, blockTotal = 0;
+    out.entries.clear();
+    out.triangles.clear();
+    out.index.clear();
+    out.depth = 0;
+    std::size_t nodeTotal = 0, entryTotal = 0;
     forEachNode([&](const TotNode<unsigned int>& n) {
         ++nodeTotal;
-        blockTotal += (std::size_t{n.entryCount()} + kLanes - 1) / kLanes;
+        entryTotal += n.entryCount();
     });
-    if (nodeTotal > 0xffffffffu || blockTotal > 0xffffffffu)
-        throw TmemoryException(blockTotal * sizeof(QueryLayout::Block));
+    if (nodeTotal > 0xffffffffu || entryTotal > 0xffffffffu)
+        throw TmemoryException(entryTotal * sizeof(std::uint32_t));
     out.nodes.reserve(nodeTotal);
-    out.blocks.reserve(blockTotal);
+    out.entries.reserve(entryTotal);
     for (int k = 0; k < 3; ++k) {
         out.min[k] = minCorner()[k];
         out.max[k] = maxCorner()[k];
     }
+    // Each triangle's place in the copy, given when a node first names it.
+    constexpr std::uint32_t kNone = 0xffffffffu;
+    std::vector<std::uint32_t> place(fTriangles.size(), kNone);
+    out.triangles.reserve(fTriangles.size());
+    out.index.reserve(fTriangles.size());
 
     // Depth first with an explicit stack (trees may be a few hundred levels
     // deep): a node's slot, and its children's, are made when it is reached
@@ -205,31 +212,28 @@ void TtriangleOctree::buildQueryLayout() const {
     struct Pending {
         const TotNode<unsigned int>* node;
         std::uint32_t slot;
+        unsigned int depth;
     };
     std::vector<Pending> stack;
     out.nodes.push_back(QueryLayout::Node{});
-    stack.push_back(Pending{this, 0});
+    stack.push_back(Pending{this, 0, 0});
     while (!stack.empty()) {
         const Pending p = stack.back();
         stack.pop_back();
         const TotNode<unsigned int>& n = *p.node;
+        out.depth = std::max(out.depth, p.depth);
         QueryLayout::Node flat{};
         for (int k = 0; k < 3; ++k)
             flat.center[k] = n.center()[k];
-        flat.first = static_cast<std::uint32_t>(out.blocks.size());
+        flat.first = static_cast<std::uint32_t>(out.entries.size());
         flat.count = n.entryCount();
-        for (unsigned int k = 0; k < n.entryCount(); ++k) {
-            const unsigned int lane = k % kLanes;
-            if (lane == 0)
-                out.blocks.push_back(QueryLayout::Block{}); // zero: the point at the origin
-            QueryLayout::Block& block = out.blocks.back();
-            const unsigned int e = n.entry(k);
-            const ToctreeTriangle& tri = fTriangles[e];
-            const T3dFltPoint* corners[3] = {&tri.a, &tri.b, &tri.c};
-            for (int c = 0; c < 3; ++c)
-                for (int axis = 0; axis < 3; ++axis)
-                    block.corner[3 * c + axis][lane] = (*corners[c])[static_cast<unsigned int>(axis)];
-            block.index[lane] = e;
+        for (const unsigned int e : n) {
+            if (place[e] == kNone) {
+                place[e] = static_cast<std::uint32_t>(out.triangles.size());
+                out.triangles.emplace_back(fTriangles[e]);
+                out.index.push_back(e);
+            }
+            out.entries.push_back(place[e]);
         }
         flat.firstChild = static_cast<std::uint32_t>(out.nodes.size());
         for (int i = 0; i < 8; ++i)
@@ -241,6 +245,6 @@ void TtriangleOctree::buildQueryLayout() const {
         std::uint32_t slot = static_cast<std::uint32_t>(out.nodes.size());
         for (int i = 7; i >= 0; --i)
             if (const TotNode<unsigned int>* c = n.child(i))
-                stack.push_back(Pending{c, --slot});
+                stack.push_back(Pending{c, --slot, p.depth + 1});
     }
 }

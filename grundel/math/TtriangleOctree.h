@@ -100,7 +100,8 @@ extern template class GRUNDEL_API Toctree<unsigned int>;
 /// Two limits keep the tree finite where triangles crowd: the minimum cell
 /// size is raised to the tolerance (a smaller cell is touched by everything
 /// near it), and a full leaf splits only when no one octant would receive all
-/// of its triangles (see Toctree::setSplitOnlyWhenSeparating): a vertex shared
+/// of its triangles, or all of them fall into a single octant (see
+/// Toctree::setSplitOnlyWhenSeparating): a vertex shared
 /// by many triangles, or duplicate faces, then end in one over-full leaf
 /// instead of a chain of cells down to the smallest size.
 ///
@@ -148,31 +149,29 @@ public:
     bool touches(const ToctreeTriangle& triangle, const T3dFltPoint& lo, const T3dFltPoint& hi) const noexcept;
 
     /// A compact copy of the tree for ray queries. The nodes sit in one
-    /// array, depth first, each node's children next to each other; the
-    /// triangles of each node are copied, in node order, into blocks of
-    /// eight laid out coordinate by coordinate, so that a walk reads memory
-    /// mostly forwards and tests eight triangles at once.
+    /// array, depth first, each node's children next to each other. Each
+    /// filed triangle is copied once, in the order the nodes first name it,
+    /// so that a cell's triangles mostly lie side by side; a node's entries
+    /// are positions in that copy. About 4 bytes per filed copy, 40 per
+    /// triangle and 32 per node.
     struct QueryLayout {
         struct alignas(32) Node { // never across two cache lines
             float center[3];
             std::uint32_t firstChild; // index of the lowest existing child
-            std::uint32_t first;      // this node's first block
+            std::uint32_t first;      // this node's first place in entries
             std::uint32_t count;      // and its number of triangles
             std::uint8_t children;    // bit i: octant i exists
         };
-        /// Unused places hold the point at the origin, which no ray hits.
-        struct alignas(64) Block {
-            static constexpr unsigned int kSize = 8;
-            float corner[9][kSize];     // a.x, a.y, a.z, b.x, ..., c.z
-            std::uint32_t index[kSize]; // in the tree's table
-        };
-        std::vector<Node> nodes; // nodes[0] is the root
-        std::vector<Block> blocks;
-        float min[3], max[3]; // the root box
+        std::vector<Node> nodes;                        // nodes[0] is the root
+        std::vector<std::uint32_t> entries;             // positions in triangles, node by node
+        std::vector<grundel::detail::RayTriangle> triangles;
+        std::vector<std::uint32_t> index;               // triangles[k] is entry(index[k])
+        unsigned int depth = 0;                         // of the deepest node; the root is 0
+        float min[3], max[3];                           // the root box
     };
     /// The layout of the tree as it is now. Built on the first call after a
-    /// change (time and memory linear in the filed triangle copies, about 40
-    /// bytes each) and kept until the next change; safe to call from several
+    /// change (time and memory linear in the nodes, triangles and filed
+    /// copies) and kept until the next change; safe to call from several
     /// threads while nobody changes the tree. Throws TmemoryException when it
     /// cannot be held.
     const QueryLayout& queryLayout() const;

@@ -3,117 +3,146 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 namespace {
 
-using Block = TtriangleOctree::QueryLayout::Block;
+using Layout = TtriangleOctree::QueryLayout;
+using grundel::detail::RayTriangle;
 
 // Two lanes of double (one SSE2 register), and the lane masks of their
 // comparisons (all ones where true).
 typedef double V2d __attribute__((vector_size(16)));
-typedef float V2f __attribute__((vector_size(8)));
 typedef std::int64_t V2m __attribute__((vector_size(16)));
-constexpr unsigned int kWidth = 2;
-static_assert(Block::kSize % kWidth == 0, "blocks are whole vectors");
 
-inline V2d lanes(const float* p) noexcept {
-    V2f f;
-    std::memcpy(&f, p, sizeof f);
-    return __builtin_convertvector(f, V2d);
-}
-
-// The conditions of RayTriangle::hits for the triangles of a block, on the
-// same values computed in the same order (so with the same rounding), two
-// at a time. Bit i is set where triangle i may hit; RayTriangle::intersect
-// then decides.
-inline unsigned int blockHits(const Block& block, const double* o, const double* d, double tMax) noexcept {
+// The conditions of RayTriangle::hits for two triangles at once, on the same
+// values computed in the same order (so with the same rounding). Bit 0 is set
+// where p may hit, bit 1 where q may; RayTriangle::intersect then decides.
+inline unsigned int pairHits(const RayTriangle& p, const RayTriangle& q, const double* o, const double* d,
+                             double tMax) noexcept {
     const V2d d0 = {d[0], d[0]}, d1 = {d[1], d[1]}, d2 = {d[2], d[2]};
-    const V2d o0 = {o[0], o[0]}, o1 = {o[1], o[1]}, o2 = {o[2], o[2]};
+    const V2d a0 = {p.a[0], q.a[0]}, a1 = {p.a[1], q.a[1]}, a2 = {p.a[2], q.a[2]};
+    const V2d e10 = V2d{p.b[0], q.b[0]} - a0, e11 = V2d{p.b[1], q.b[1]} - a1, e12 = V2d{p.b[2], q.b[2]} - a2;
+    const V2d e20 = V2d{p.c[0], q.c[0]} - a0, e21 = V2d{p.c[1], q.c[1]} - a1, e22 = V2d{p.c[2], q.c[2]} - a2;
+    const V2d n0 = e11 * e22 - e12 * e21, n1 = e12 * e20 - e10 * e22, n2 = e10 * e21 - e11 * e20;
+    const V2d dn = d0 * n0 + d1 * n1 + d2 * n2;
+    const V2d s0 = V2d{o[0], o[0]} - a0, s1 = V2d{o[1], o[1]} - a1, s2 = V2d{o[2], o[2]} - a2;
+    const V2d sign = __builtin_convertvector(-(dn > 0), V2d) * 2.0 - 1.0; // 1 or -1, as dn > 0
+    const V2d adn = dn * sign;
+    const V2d uu = sign * (d0 * (s1 * e22 - s2 * e21) + d1 * (s2 * e20 - s0 * e22) + d2 * (s0 * e21 - s1 * e20));
+    const V2d vv = sign * (d0 * (e11 * s2 - e12 * s1) + d1 * (e12 * s0 - e10 * s2) + d2 * (e10 * s1 - e11 * s0));
+    const V2d tt = -sign * (s0 * n0 + s1 * n1 + s2 * n2);
     const V2d limit = {tMax, tMax};
-    unsigned int mask = 0;
-    for (unsigned int l = 0; l < Block::kSize; l += kWidth) {
-        const V2d a0 = lanes(block.corner[0] + l), a1 = lanes(block.corner[1] + l), a2 = lanes(block.corner[2] + l);
-        const V2d e10 = lanes(block.corner[3] + l) - a0, e11 = lanes(block.corner[4] + l) - a1,
-                  e12 = lanes(block.corner[5] + l) - a2;
-        const V2d e20 = lanes(block.corner[6] + l) - a0, e21 = lanes(block.corner[7] + l) - a1,
-                  e22 = lanes(block.corner[8] + l) - a2;
-        const V2d n0 = e11 * e22 - e12 * e21, n1 = e12 * e20 - e10 * e22, n2 = e10 * e21 - e11 * e20;
-        const V2d dn = d0 * n0 + d1 * n1 + d2 * n2;
-        const V2d s0 = o0 - a0, s1 = o1 - a1, s2 = o2 - a2;
-        const V2d sign = __builtin_convertvector(-(dn > 0), V2d) * 2.0 - 1.0; // 1 or -1, as dn > 0
-        const V2d adn = dn * sign;
-        const V2d uu = sign * (d0 * (s1 * e22 - s2 * e21) + d1 * (s2 * e20 - s0 * e22) + d2 * (s0 * e21 - s1 * e20));
-        const V2d vv = sign * (d0 * (e11 * s2 - e12 * s1) + d1 * (e12 * s0 - e10 * s2) + d2 * (e10 * s1 - e11 * s0));
-        const V2d tt = -sign * (s0 * n0 + s1 * n1 + s2 * n2);
-        const V2m ok = (adn > 0) & (uu >= 0) & (vv >= 0) & (uu + vv <= adn) & (tt >= 0) & (tt <= limit * adn);
-        for (unsigned int k = 0; k < kWidth; ++k)
-            mask |= static_cast<unsigned int>(ok[k] != 0) << (l + k);
+    const V2m ok = (adn > 0) & (uu >= 0) & (vv >= 0) & (uu + vv <= adn) & (tt >= 0) & (tt <= limit * adn);
+    return static_cast<unsigned int>(ok[0] != 0) | static_cast<unsigned int>(ok[1] != 0) << 1;
+}
+
+// kRank[children][i]: how many of the children below octant i exist (the
+// offset of child i from the node's first child). No popcnt instruction in
+// the baseline instruction set, and a table beats the bit arithmetic.
+struct RankTable {
+    std::uint8_t rank[256][8];
+    constexpr RankTable() : rank{} {
+        for (unsigned int c = 0; c < 256; ++c)
+            for (unsigned int i = 0; i < 8; ++i) {
+                unsigned int n = 0;
+                for (unsigned int k = 0; k < i; ++k)
+                    n += (c >> k) & 1;
+                rank[c][i] = static_cast<std::uint8_t>(n);
+            }
     }
-    return mask;
-}
+};
+constexpr RankTable kRank;
 
-// The number of bits set in an octant mask (no popcnt instruction in the
-// baseline instruction set).
-inline unsigned int bitCount8(unsigned int x) noexcept {
-    x = x - ((x >> 1) & 0x55u);
-    x = (x & 0x33u) + ((x >> 2) & 0x33u);
-    return (x + (x >> 4)) & 0x0fu;
-}
-
-grundel::detail::RayTriangle laneTriangle(const Block& block, unsigned int l) noexcept {
-    const auto point = [&](int c) {
-        return T3dFltPoint(block.corner[3 * c][l], block.corner[3 * c + 1][l], block.corner[3 * c + 2][l]);
+// Sorts the pairs (s[k], bit[k]) by s.
+inline void sortCrossings(double* s, unsigned int* bit) noexcept {
+    const auto exchange = [&](int x, int y) {
+        const bool swap = s[y] < s[x];
+        const double lo = swap ? s[y] : s[x], hi = swap ? s[x] : s[y];
+        const unsigned int bl = swap ? bit[y] : bit[x], bh = swap ? bit[x] : bit[y];
+        s[x] = lo;
+        s[y] = hi;
+        bit[x] = bl;
+        bit[y] = bh;
     };
-    return grundel::detail::RayTriangle(ToctreeTriangle{point(0), point(1), point(2), 0, 0});
+    exchange(0, 1);
+    exchange(1, 2);
+    exchange(0, 1);
 }
 
 } // namespace
 
 template <class Fn>
-void TtriangleOctreeWalker::walk(const TtriangleOctree::QueryLayout& layout, const double* o, const double* d,
-                                 double tMax, Fn&& fn) {
+void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const double* d, double tMax, Fn&& fn) {
     grundel::detail::TotRay ray;
     double t0, t1;
     if (!ray.set(o, d, tMax) || !ray.clip(layout.min, layout.max, tMax, t0, t1))
         return;
+    // Octant bit k of a child is flipped where the ray runs down axis k, so
+    // that the ray meets the children in a chain of growing bit sets.
+    unsigned int flip = 0;
+    for (int k = 0; k < 3; ++k)
+        flip |= static_cast<unsigned int>(ray.moves[k] && d[k] < 0) << k;
 
-    const TtriangleOctree::QueryLayout::Node* nodes = layout.nodes.data();
-    const Block* blocks = layout.blocks.data();
-    fStack.clear();
-    fStack.push_back(Item{0, t0, t1});
-    while (!fStack.empty()) {
-        const Item item = fStack.back();
-        fStack.pop_back();
+    // Each level leaves at most three siblings behind, and a visit pushes at
+    // most four: the stack never outgrows this.
+    const std::size_t bound = 3 * std::size_t{layout.depth} + 5;
+    if (fStack.size() < bound)
+        fStack.resize(bound);
+    Item* stack = fStack.data();
+    const Layout::Node* nodes = layout.nodes.data();
+    const std::uint32_t* entries = layout.entries.data();
+    const RayTriangle* triangles = layout.triangles.data();
+    std::size_t top = 0;
+    stack[top++] = Item{0, t0, t1};
+    while (top > 0) {
+        const Item item = stack[--top];
         if (item.t0 > tMax)
             continue;
-        const TtriangleOctree::QueryLayout::Node& node = nodes[item.node];
-        for (std::uint32_t b = node.first, end = node.first + (node.count + Block::kSize - 1) / Block::kSize; b < end;
-             ++b)
-            for (unsigned int hits = blockHits(blocks[b], o, d, tMax); hits; hits &= hits - 1)
-                fn(blocks[b], static_cast<unsigned int>(__builtin_ctz(hits)), tMax);
+        const Layout::Node& node = nodes[item.node];
+        if (node.count) {
+            const std::uint32_t* e = entries + node.first;
+            const std::uint32_t n = node.count;
+            for (std::uint32_t k = 0; k < n; ++k)
+                __builtin_prefetch(triangles + e[k]);
+            // Two at a time; an odd last one is paired with itself.
+            for (std::uint32_t k = 0; k < n; k += 2) {
+                const std::uint32_t p = e[k], q = e[k + 1 < n ? k + 1 : k];
+                const unsigned int hits = pairHits(triangles[p], triangles[q], o, d, tMax);
+                if (hits & 1)
+                    fn(p, tMax);
+                if ((hits & 2) && q != p)
+                    fn(q, tMax);
+            }
+        }
         if (!node.children || item.t0 > tMax)
             continue;
 
-        // The children in the order the ray meets them, pushed last first;
-        // the next cell's node and first triangles are asked for while this
-        // one is still being read.
-        Item seq[4];
-        int m = 0;
-        ray.forEachChild(node.center, item.t0, item.t1, [&](int octant, double start, double stop) {
-            if (node.children & (1u << octant)) {
-                const unsigned int below = node.children & ((1u << octant) - 1);
-                seq[m++] = Item{node.firstChild + bitCount8(below), start, stop};
-            }
-        });
-        while (m > 0) {
-            const Item& it = seq[--m];
-            if (it.t0 <= tMax) {
-                const TtriangleOctree::QueryLayout::Node& c = nodes[it.node];
-                __builtin_prefetch(&c);
-                __builtin_prefetch(blocks + c.first);
-                fStack.push_back(it);
-            }
+        // Where the ray crosses the three dividing planes, in order; the
+        // children it meets are the one at t0 and one more after each
+        // crossing inside the cell. A crossing at or before t0 (or a plane
+        // the ray runs along, on the side it lies) flips its bit from the
+        // start; one past the cell's end never comes.
+        double s[3];
+        unsigned int bit[3] = {1, 2, 4};
+        for (int k = 0; k < 3; ++k) {
+            const double c = node.center[k];
+            s[k] = ray.moves[k] ? (c - o[k]) * ray.inv[k] : o[k] >= c ? -HUGE_VAL : HUGE_VAL;
+        }
+        sortCrossings(s, bit);
+        const double end = std::min(item.t1, tMax);
+        const unsigned int c = node.children;
+        const std::uint32_t first = node.firstChild;
+        const unsigned int chain[4] = {flip, (bit[0]) ^ flip, (bit[0] | bit[1]) ^ flip, 7 ^ flip};
+        const double enter[4] = {item.t0, std::max(item.t0, s[0]), std::max(item.t0, s[1]), std::max(item.t0, s[2])};
+        const double leave[4] = {std::min(end, s[0]), std::min(end, s[1]), std::min(end, s[2]), end};
+        // Pushed last first, without a branch: a slot is written always and
+        // kept when the child exists and the ray spends time in it.
+        for (int m = 3; m >= 0; --m) {
+            const unsigned int octant = chain[m];
+            const std::uint32_t child = first + kRank.rank[c][octant];
+            __builtin_prefetch(nodes + child);
+            stack[top] = Item{child, enter[m], leave[m]};
+            top += ((c >> octant) & 1) & static_cast<unsigned int>(enter[m] <= leave[m]);
         }
     }
 }
@@ -131,15 +160,16 @@ unsigned int TtriangleOctreeWalker::nextMark() {
 bool TtriangleOctreeWalker::firstHit(const T3dDblPoint& origin, const T4dDblVector& direction,
                                      ToctreeTriangleIntersection& hit, double tMax) {
     const double o[3] = {origin.x, origin.y, origin.z}, d[3] = {direction.x, direction.y, direction.z};
+    const Layout& layout = fTree->queryLayout();
     // No marks here: a triangle met again in a later cell gives the same
     // answer, and testing it again is cheaper than a mark's cache miss.
     ToctreeTriangleIntersection best;
     bool found = false;
-    walk(fTree->queryLayout(), o, d, tMax, [&](const Block& block, unsigned int lane, double& limit) {
+    walk(layout, o, d, tMax, [&](std::uint32_t place, double& limit) {
         double t, u, v;
-        if (!laneTriangle(block, lane).intersect(o, d, limit, t, u, v))
+        if (!layout.triangles[place].intersect(o, d, limit, t, u, v))
             return;
-        const unsigned int index = block.index[lane];
+        const unsigned int index = layout.index[place];
         if (t < limit || !found || index < best.triangle) {
             best = ToctreeTriangleIntersection{index, t, u, v};
             found = true;
@@ -154,16 +184,17 @@ bool TtriangleOctreeWalker::firstHit(const T3dDblPoint& origin, const T4dDblVect
 unsigned int TtriangleOctreeWalker::allHits(const T3dDblPoint& origin, const T4dDblVector& direction,
                                             std::vector<ToctreeTriangleIntersection>& hits, double tMax) {
     const double o[3] = {origin.x, origin.y, origin.z}, d[3] = {direction.x, direction.y, direction.z};
+    const Layout& layout = fTree->queryLayout();
     hits.clear();
     const unsigned int mark = nextMark();
     // Only triangles that may hit are marked: a miss is a miss in every cell.
-    walk(fTree->queryLayout(), o, d, tMax, [&](const Block& block, unsigned int lane, double& limit) {
-        const unsigned int index = block.index[lane];
+    walk(layout, o, d, tMax, [&](std::uint32_t place, double& limit) {
+        const unsigned int index = layout.index[place];
         if (fMarks[index] == mark)
             return;
         fMarks[index] = mark;
         double t, u, v;
-        if (laneTriangle(block, lane).intersect(o, d, limit, t, u, v))
+        if (layout.triangles[place].intersect(o, d, limit, t, u, v))
             hits.push_back(ToctreeTriangleIntersection{index, t, u, v});
     });
     std::sort(hits.begin(), hits.end(), [](const ToctreeTriangleIntersection& a, const ToctreeTriangleIntersection& b) {

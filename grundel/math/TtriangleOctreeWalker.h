@@ -49,9 +49,9 @@ private:
         std::uint32_t node;
         double t0, t1;
     };
-    // Calls fn(block, lane, tMax) for the triangles of each cell crossed that
-    // may hit (see blockHits), front to back, while the cell begins at or
-    // before tMax (fn may lower it).
+    // Calls fn(place, tMax) for the triangles (places in the layout's copy)
+    // of each cell crossed that may hit, front to back, while the cell
+    // begins at or before tMax (fn may lower it).
     template <class Fn>
     void walk(const TtriangleOctree::QueryLayout& layout, const double* o, const double* d, double tMax, Fn&& fn);
     // Starts a query: a fresh mark, with the marks sized to the table.

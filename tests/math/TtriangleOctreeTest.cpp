@@ -114,6 +114,17 @@ TEST(TtriangleOctree, RefusesBadTrianglesAndRefilesOnNewDimensions) {
         ASSERT_TRUE(dup.addEntry(T3dFltPoint(0, 0, 0.3f), T3dFltPoint(1, 0, 0.3f), T3dFltPoint(0, 1, 0.7f), i, 0));
     EXPECT_LT(dup.nodeCount(), 20u);
     EXPECT_EQ(dup.getMinCellSize(), 1e-5f); // raised to the tolerance
+    // Small separate faces crowded into one corner of the box do split: the
+    // cells shrink around them until they part.
+    TtriangleOctree corner(64, kLo, kHi, 4, 0, 0);
+    for (int i = 0; i < 64; ++i) {
+        const float x = 0.9f + 0.0125f * static_cast<float>(i % 8), y = 0.9f + 0.0125f * static_cast<float>(i / 8);
+        ASSERT_TRUE(corner.addEntry(T3dFltPoint(x, y, 0.95f), T3dFltPoint(x + 0.005f, y, 0.95f),
+                                    T3dFltPoint(x, y + 0.005f, 0.95f), i, 0));
+    }
+    unsigned int fullest = 0;
+    corner.forEachNode([&](const TotNode<unsigned int>& n) { fullest = std::max(fullest, n.entryCount()); });
+    EXPECT_LE(fullest, 4u);
     // Partly outside is kept; a box that leaves only that one drops the rest.
     ASSERT_TRUE(tree.addEntry(T3dFltPoint(0.9f, 0.9f, 0.9f), T3dFltPoint(3, 0.9f, 0.9f), T3dFltPoint(0.9f, 3, 0.9f), 99, 1));
     EXPECT_EQ(tree.setDimensions(T3dFltPoint(2, 0, 0), T3dFltPoint(4, 1, 1)), 50u);
@@ -217,10 +228,15 @@ TEST(TtriangleOctreeWalker, RayHitsMatchBruteForce) {
     std::vector<ToctreeTriangleIntersection> hits;
     int hitCount = 0;
     for (int r = 0; r < 600; ++r) {
-        const T3dDblPoint o(u(rng), u(rng), u(rng));
+        T3dDblPoint o(u(rng), u(rng), u(rng));
         T4dDblVector dir(d(rng), d(rng), d(rng));
         if (r % 5 == 0)
             dir[static_cast<unsigned int>(r) % 3] = 0; // parallel to a set of planes
+        if (r % 7 == 0) {
+            // In the root's dividing plane x = 0.5, running along it (also as -0).
+            o.x = 0.5;
+            dir.x = r % 14 ? 0.0 : -0.0;
+        }
         if (r % 11 == 0)
             dir = T4dDblVector(0, 0, r % 2 ? 1 : -1);
         const double tMax = r % 4 == 0 ? 0.3 : std::numeric_limits<double>::infinity();
