@@ -219,8 +219,8 @@ bool arrayFrom(TdataLetter* letter, py::handle items, const std::string& what) {
             const auto given = py::reinterpret_borrow<py::array>(items);
             if (given.ndim() != 1)
                 throw py::value_error("an array value takes a one-dimensional sequence of numbers");
+            checkLength(given.size(), sizeof(Element));
             const auto elements = integersOf<Element>(given, what);
-            checkLength(elements.size(), sizeof(Element));
             array->assign(elements.data(), TuInt32(elements.size()));
             return true;
         }
@@ -554,9 +554,11 @@ struct Saver {
         return TuInt64(after - before);
     }
 
-    // The size field of group written at a level of mask, noting the sizes
-    // of the groups inside that are written with their size known.
-    TuInt64 measureGroup(py::handle group, TuInt32 mask) {
+    // The size field of group written at a level of mask and depth, noting
+    // the sizes of the groups inside that are written with their size known.
+    TuInt64 measureGroup(py::handle group, TuInt32 mask, TuInt32 depth) {
+        if (depth >= kFLmaxDepth) // as the library would refuse it, before the stack runs out
+            check(FLseterror(kFLcorrupted));
         mask = std::max(mask, familyMask(idOf(group.attr("id"))));
         const bool known = sizeKnownFirst(group);
         const std::size_t slot = sizes.size();
@@ -567,7 +569,7 @@ struct Saver {
             const Pair item = split(pair);
             if (py::isinstance(item.value, groupType)) {
                 const TuInt32 inner = std::max(mask, familyMask(idOf(item.value.attr("id"))));
-                const TuInt64 length = measureGroup(item.value, mask);
+                const TuInt64 length = measureGroup(item.value, mask, depth + 1);
                 size += 8 + paddedLength(length, inner, !sizeKnownFirst(item.value));
             } else if (py::isinstance(item.value, valueType)) {
                 const auto [bytes, wide] = bytesOf(item);
@@ -593,7 +595,7 @@ struct Saver {
                 if (nextSize == sizes.size()) { // the outermost such group: measure all inside it
                     sizes.clear();
                     nextSize = 0;
-                    (void)measureGroup(item.value, fl->context->mask);
+                    (void)measureGroup(item.value, fl->context->mask, fl->context->depth);
                 }
                 check(FLbgnwgroupsize(fl, id, type, Tint32(sizes[nextSize++])));
             } else {

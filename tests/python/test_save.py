@@ -31,14 +31,14 @@ def mesh(*extra):
                  chunk(b"UVS ", b"\7\7"), *extra)
 
 
-def scene(*mesh_extra):
+def scene(*mesh_extra, aligned_extra=()):
     return group(
         b"FORM", b"SCEN",
         chunk(b"NAME", b"abcde"),
         chunk(b"DBLE", struct.pack(">d", 2.5)),
         group(b"LIST", b"OBJS", group(b"PROP", b"OBJ ", chunk(b"COLR", b"rgb"))),
         mesh(*mesh_extra),
-        group(b"FOR4", b"ALGN", chunk(b"DATA", b"12345", align=4), align=4),
+        group(b"FOR8", b"ALGN", chunk(b"DATA", b"12345", align=8), *aligned_extra, align=8),
         group(b"CAT ", b"TAKE", group(b"FORM", b"EMPT"), chunk(b"ODD ", b"x")),
     )
 
@@ -70,10 +70,24 @@ class TestOtherWritersPadding:
         meshes(pairs).append(("NOTE", Value("NOTE", b"xyz")))
         # A value the library writes with its size learnt on closing: padded to 4.
         meshes(pairs).append(("SRT3", (7, 8, 9)))
+        [aligned] = [value for tag, value in pairs[0][1] if tag == "ALGN"]
+        aligned.append(("SRT2", (1, 2)))
         save(tmp_path / "edited.iff", pairs)
-        # Both groups grew by 28 bytes, and still end on a 2-byte boundary only.
-        expected = scene(chunk(b"NOTE", b"xyz"), chunk(b"SRT3", struct.pack(">3h", 7, 8, 9), align=4))
+        # MESH grew by 28 bytes, the scene by 44: both still end on a 2-byte
+        # boundary only.
+        letters = chunk(b"SRT3", struct.pack(">3h", 7, 8, 9), align=4)
+        expected = scene(chunk(b"NOTE", b"xyz"), letters,
+                         aligned_extra=[chunk(b"SRT2", struct.pack(">2h", 1, 2), align=8)])
         assert (tmp_path / "edited.iff").read_bytes() == expected
+
+    def test_a_group_inside_itself_is_refused(self, tmp_path):
+        path = tmp_path / "small.iff"
+        path.write_bytes(group(b"FORM", b"TEST", chunk(b"NAME", b"ab")))
+        [(_, top)] = load(path)
+        top.append(("TEST", top))
+        with pytest.raises(grundel.IffError) as caught:
+            save(tmp_path / "loop.iff", [("TEST", top)])
+        assert caught.value.code == 6
 
     def test_groups_made_by_scripts_are_written_as_the_library_writes_them(self, tmp_path):
         out = tmp_path / "new.iff"
