@@ -1,6 +1,5 @@
 """grundel.data.save: exact bytes for other writers' files, standard streams,
 and integers that must not be rounded or wrapped."""
-import os
 import pathlib
 import struct
 import subprocess
