@@ -186,7 +186,16 @@ GRUNDEL_API void* FLuserdata(_FLfile* file) noexcept;
 /// prefix with a digit (FOR2); 12 for a group that may not stand at the
 /// root, 14 for a property group outside a list; 6 beyond kFLmaxDepth.
 [[nodiscard]] GRUNDEL_API int FLbgnwgroup(_FLfile* file, TuInt32 id, TuInt32 type);
-/// Closes the innermost group ("GEND" first on a stream) and its chunk.
+/// FLbgnwgroup for a group whose size is known before its contents are
+/// written: size counts the type code and the contents (their headers and
+/// padding included), and goes into the header as it is, so the group is
+/// padded by its family alone and needs neither patching nor "GEND". 16 for
+/// a size below 4; 13 when the group does not fit the enclosing one. Inside,
+/// a chunk or write that would pass the group's end is refused with 13.
+[[nodiscard]] GRUNDEL_API int FLbgnwgroupsize(_FLfile* file, TuInt32 id, TuInt32 type, Tint32 size);
+/// Closes the innermost group ("GEND" first on a stream) and its chunk. For
+/// a group of known size: 16 when its contents fell short of it (the rest is
+/// written as zeros, as FLendput does) or went past it.
 [[nodiscard]] GRUNDEL_API int FLendwgroup(_FLfile* file);
 /// Writes a chunk header; a negative size is unknown (patched on close, or
 /// kept unknown on a stream). 29 while a chunk is open at this level.

@@ -120,13 +120,22 @@ int endChunk(_FLfile* file, _FLcontext* level) {
     return code;
 }
 
+// Whether length more bytes fit the chunk open at level: its known size,
+// or for a chunk of unknown size the end of a group whose size is known.
+bool fits(_FLfile* file, const _FLcontext* level, std::size_t length) {
+    const TuInt64 at = file->io->position();
+    if (!isUnknownSize(level->size))
+        return at - level->start + length <= TuInt64(level->size);
+    return level->levelEnd == kFLunknownEnd || (at <= level->levelEnd && length <= level->levelEnd - at);
+}
+
 int putBytes(_FLfile* file, const void* data, std::size_t length) {
     if (const int code = checkWritable(file))
         return code;
     _FLcontext* level = file->context;
     if (!level->id)
         return flFail(kFLnoChunk);
-    if (!isUnknownSize(level->size) && file->io->position() - level->start + length > TuInt64(level->size))
+    if (!fits(file, level, length))
         return flFail(kFLpastBoundary);
     return writeBytes(file, data, length);
 }
@@ -187,17 +196,33 @@ int FLputchunkTyped(_FLfile* file, TuInt32 id, Tint32 size, const void* data, Tu
     return FLendput(file);
 }
 
-int FLbgnwgroup(_FLfile* file, TuInt32 id, TuInt32 type) {
+namespace {
+
+// The header and type code of a group, and the level inside it; a negative
+// size is unknown.
+int beginGroup(_FLfile* file, TuInt32 id, TuInt32 type, Tint32 size) {
     if (type & 0x80000000u)
         return flFail(kFLbadId);
-    if (const int code = beginChunk(file, id, -1, true))
+    if (const int code = beginChunk(file, id, size, true))
         return code;
     unsigned char typeCode[4];
     writeBE32(typeCode, type);
     if (const int code = writeBytes(file, typeCode, sizeof typeCode))
         return code;
-    file->context->type = type;
-    return pushLevel(file, file->io->position(), kFLunknownEnd);
+    _FLcontext* level = file->context;
+    level->type = type;
+    const TuInt64 end = isUnknownSize(level->size) ? kFLunknownEnd : level->start + TuInt64(level->size);
+    return pushLevel(file, file->io->position(), end);
+}
+
+} // namespace
+
+int FLbgnwgroup(_FLfile* file, TuInt32 id, TuInt32 type) { return beginGroup(file, id, type, -1); }
+
+int FLbgnwgroupsize(_FLfile* file, TuInt32 id, TuInt32 type, Tint32 size) {
+    if (size < 4)
+        return flFail(kFLbadSize);
+    return beginGroup(file, id, type, size);
 }
 
 int FLendwgroup(_FLfile* file) {
@@ -267,8 +292,7 @@ long FLwrite(_FLfile* file, const void* data, std::size_t length) {
     if (checkWritable(file))
         return -1;
     _FLcontext* level = file->context;
-    if (level->id && !isUnknownSize(level->size) &&
-        file->io->position() - level->start + length > TuInt64(level->size)) {
+    if (level->id && !fits(file, level, length)) {
         flFail(kFLpastBoundary);
         return -1;
     }

@@ -21,9 +21,19 @@ also keeps its id ("FORM", "LIST", "CAT ", "PROP") and type, so that save
 writes it back as it was.
 
 save(name, pairs) writes the pairs: a Value's bytes as they are, other
-values through the class registered under the pair's tag. save(load(f))
-reproduces f byte for byte for every file save wrote and every file that
-grundel-iff totext and fromtext round-trip. Failures raise grundel.IffError.
+values through the class registered under the pair's tag. Integer classes
+(LNG2, LNG3, SRT2, SRT3, I32#, U64#) take integers only: a float raises
+TypeError, a number the class cannot hold OverflowError, and NumPy integer
+arrays go in whole, without a Python step per element. save(load(f))
+reproduces f byte for byte for every file save wrote, every file that
+grundel-iff totext and fromtext round-trip, and files of other writers whose
+chunks and groups end on their family's boundary: a group that load found
+padded by its family alone (not rounded on to 4 bytes, as the library pads a
+group whose size it learns on closing) is written with its size computed
+first. Failures raise grundel.IffError.
+
+A name is anything grundel.iff.walk and Writer take; "-" is the standard
+input for load and the standard output for save.
 """
 
 from ._grundel import data_load as _load, data_save as _save
@@ -56,12 +66,15 @@ class Value:
 
 class Group(list):
     """The pairs of one group, with the group's id ("FORM", "LIST", "CAT ",
-    "PROP") and type (its four-character type code)."""
+    "PROP") and type (its four-character type code). A Group that load made
+    also remembers how the group was padded, for save; a new Group is
+    written as the library writes any group."""
 
     def __init__(self, id, type, items=()):
         super().__init__(items)
         self.id = id
         self.type = type
+        self._narrow = False  # read with its size known first: save keeps that
 
     def __eq__(self, other):
         if isinstance(other, Group) and (self.id, self.type) != (other.id, other.type):
@@ -75,17 +88,19 @@ class Group(list):
 
 
 def load(name):
-    """The values of the file name as a list of (tag, value) pairs; a group
-    as (type, Group). Raises IffError for a file the library cannot read
-    whole."""
+    """The values of the file name ("-": the standard input) as a list of
+    (tag, value) pairs; a group as (type, Group). Raises IffError for a file
+    the library cannot read whole."""
     return _load(name)
 
 
 def save(name, pairs):
-    """Writes (tag, value) pairs to name: a Group as a group, a Value as its
-    bytes, numbers, tuples and arrays through the class registered under
-    tag. Raises IffError when writing fails, ValueError or TypeError for a
-    value its tag cannot hold."""
+    """Writes (tag, value) pairs to name ("-": the standard output, after
+    sys.stdout is flushed): a Group as a group, a Value as its bytes,
+    numbers, tuples and arrays through the class registered under tag.
+    Raises IffError when writing fails; ValueError or TypeError for a value
+    its tag cannot hold (a float for an integer class among them);
+    OverflowError for an integer out of its class's range."""
     _save(name, pairs)
 
 

@@ -19,9 +19,11 @@ class Group(List[Tuple[str, Any]]):
     def __init__(self, id: str, type: str, items: Iterable[Tuple[str, Any]] = ...) -> None: ...
 
 def load(name: _Name) -> List[Tuple[str, Any]]:
-    """The file's values as (tag, value) pairs; a group as (type, Group)."""
+    """The file's values as (tag, value) pairs; a group as (type, Group). "-" reads the standard input."""
     ...
 
 def save(name: _Name, pairs: Iterable[Tuple[str, Any]]) -> None:
-    """Writes (tag, value) pairs; save(load(f)) reproduces f."""
+    """Writes (tag, value) pairs; save(load(f)) reproduces f. "-" writes the standard output.
+
+    Integer classes take integers only: TypeError for a float, OverflowError out of range."""
     ...

@@ -37,7 +37,7 @@ class Walk(Iterator[Chunk]):
     ) -> None: ...
 
 def walk(name: _Name) -> Walk:
-    """Every chunk of a chunk file, a group before its contents."""
+    """Every chunk of a chunk file, a group before its contents. "-" reads the standard input."""
 
 class Group:
     """A group begun by Writer.group."""
@@ -49,7 +49,7 @@ class Group:
     ) -> Literal[False]: ...
 
 class Writer:
-    """A chunk file opened for writing."""
+    """A chunk file opened for writing; "-" writes the standard output."""
 
     def __init__(self, name: _Name) -> None: ...
     def group(self, id: _Id, type: _Id) -> Group: ...

@@ -23,8 +23,10 @@ PyObject* setIffError(int code, PyObject* filename);
 /// Python error set: TypeError for another type, IffError 21 "bad file name"
 /// for a name holding a zero byte.
 bool encodeName(PyObject* name, std::string& encoded);
-/// FLopen under the module's process-wide special-name setting. The GIL is
-/// released while the name is opened (a command may be started).
+/// FLopen under the module's process-wide special-name setting; "-" is
+/// "stdin" for reading and "stdout" for writing, and sys.stdout is flushed
+/// before the standard output is opened. The GIL is released while the name
+/// is opened (a command may be started).
 _FLfile* openName(const std::string& encoded, const char* mode);
 
 /// A four-character identifier from a str of four characters below U+0100

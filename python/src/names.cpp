@@ -74,12 +74,24 @@ bool encodeName(PyObject* name, std::string& encoded) {
 }
 
 _FLfile* openName(const std::string& encoded, const char* mode) {
+    const bool writing = mode[0] == 'w';
+    // "-" is the standard stream of the direction, as on command lines.
+    const char* name = encoded == "-" ? (writing ? "stdout" : "stdin") : encoded.c_str();
+    if (writing && std::strcmp(name, "stdout") == 0) {
+        // What the script printed goes out before the chunks.
+        if (PyObject* out = PySys_GetObject("stdout"); out && out != Py_None) {
+            if (PyObject* done = PyObject_CallMethod(out, "flush", nullptr))
+                Py_DECREF(done);
+            else
+                PyErr_Clear(); // a stdout that cannot flush is no reason to fail
+        }
+    }
     const bool special = gSpecialNames.load();
     _FLfile* file = nullptr;
     Py_BEGIN_ALLOW_THREADS
     {
         const TiffSpecialNames scope(special);
-        file = FLopen(encoded.c_str(), mode);
+        file = FLopen(name, mode);
     }
     Py_END_ALLOW_THREADS
     return file;

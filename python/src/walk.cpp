@@ -396,8 +396,9 @@ void bindWalk(py::module_& module) {
                "Every chunk of a chunk file in file order, a group before its contents, as\n"
                "Chunk objects (id, group_type, is_group, size, offset, depth, read()).\n"
                "name is a str, bytes or os.PathLike (encoded as os.fsencode does), and may be\n"
-               "anything the chunk library opens for reading: a path, \"stdin\", \"mmap:path\",\n"
-               "and the special forms while set_special_names(True) holds. The file closes\n"
+               "anything the chunk library opens for reading: a path, \"stdin\" or \"-\" (the\n"
+               "standard input; a file named \"-\" is \"./-\"), \"mmap:path\", and the special\n"
+               "forms while set_special_names(True) holds. The file closes\n"
                "when the walk ends (or at close(), or on leaving a with block).\n"
                "IffError, with the library's code, for a file that cannot be opened or walked.");
 }

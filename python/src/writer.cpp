@@ -134,7 +134,9 @@ void bindWriter(py::module_& module) {
 
     py::class_<Writer>(module, "Writer",
                        "Writer(name): a chunk file opened for writing; a context manager that closes it.\n\n"
-                       "name as for walk(). Groups begun with group() and still open at close() are\n"
+                       "name as for walk(), with \"stdout\" or \"-\" for the standard output (sys.stdout\n"
+                       "is flushed first; on a stream, sizes stay unknown: groups end with \"GEND\").\n"
+                       "Groups begun with group() and still open at close() are\n"
                        "ended then, innermost first, so that a file left by an exception is readable.\n"
                        "IffError, with the library's code, when the file cannot be opened.")
         .def(py::init<py::object>(), py::arg("name"))
