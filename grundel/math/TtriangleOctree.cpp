@@ -227,7 +227,12 @@ void TtriangleOctree::buildQueryLayout() const {
             flat.center[k] = n.center()[k];
         flat.first = static_cast<std::uint32_t>(out.entries.size());
         flat.count = n.entryCount();
+        double reach = 0;
         for (const unsigned int e : n) {
+            const ToctreeTriangle& tri = fTriangles[e];
+            for (const T3dFltPoint* corner : {&tri.a, &tri.b, &tri.c})
+                for (unsigned int k = 0; k < 3; ++k)
+                    reach = std::max(reach, std::fabs(double((*corner)[k]) - double(flat.center[k])));
             if (place[e] == kNone) {
                 place[e] = static_cast<std::uint32_t>(out.triangles.size());
                 out.triangles.emplace_back(fTriangles[e]);
@@ -235,6 +240,9 @@ void TtriangleOctree::buildQueryLayout() const {
             }
             out.entries.push_back(place[e]);
         }
+        flat.reach = static_cast<float>(reach);
+        if (flat.reach < reach)
+            flat.reach = std::nextafter(flat.reach, HUGE_VALF);
         flat.firstChild = static_cast<std::uint32_t>(out.nodes.size());
         for (int i = 0; i < 8; ++i)
             if (n.child(i)) {

@@ -160,6 +160,7 @@ public:
             std::uint32_t firstChild; // index of the lowest existing child
             std::uint32_t first;      // this node's first place in entries
             std::uint32_t count;      // and its number of triangles
+            float reach;              // no corner of them is farther from center on any axis
             std::uint8_t children;    // bit i: octant i exists
         };
         std::vector<Node> nodes;                        // nodes[0] is the root

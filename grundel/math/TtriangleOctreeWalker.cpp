@@ -3,37 +3,101 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
+
+#include <emmintrin.h>
 
 namespace {
 
 using Layout = TtriangleOctree::QueryLayout;
 using grundel::detail::RayTriangle;
 
-// Two lanes of double (one SSE2 register), and the lane masks of their
-// comparisons (all ones where true).
-typedef double V2d __attribute__((vector_size(16)));
-typedef std::int64_t V2m __attribute__((vector_size(16)));
+// The prefilter: the hit test's numerators for four triangles at once in
+// single precision, rejecting only triangles that the double-precision test
+// (RayTriangle::hits) certainly rejects; the rest go to that test.
+//
+// Why the margins hold. Relative to a cell centre c, with the ray's origin
+// o - c and direction d rounded to float, every numerator is a sum of products
+// whose float value is off from the exact one by at most about 10 roundings
+// (u = 2^-24) times the sum of its terms' magnitudes; the double value is
+// off by far less. With S bounding |o - corner| and E bounding |edge| on
+// every axis (S <= |o - c| + reach, E <= 2 reach), those sums are at most
+// 6 |d| S E for U and V, 6 |d| E^2 for D and 6 S E^2 for T. The margins are
+// 2^-16 = 256u times these products, over four times the error. D's sign,
+// which orients the others, is trusted only where |D| exceeds its margin.
+// Cells whose margins fall outside [2^-100, 2^100] (where float could
+// overflow, or underflow's absolute error could matter) skip the prefilter.
+struct Prefilter {
+    bool on;
+    __m128 o[3], c[3], d[3]; // origin relative to the centre, centre, direction
+    __m128 mU, mD, mT, mSum, tMaxUp;
+};
 
-// The conditions of RayTriangle::hits for two triangles at once, on the same
-// values computed in the same order (so with the same rounding). Bit 0 is set
-// where p may hit, bit 1 where q may; RayTriangle::intersect then decides.
-inline unsigned int pairHits(const RayTriangle& p, const RayTriangle& q, const double* o, const double* d,
-                             double tMax) noexcept {
-    const V2d d0 = {d[0], d[0]}, d1 = {d[1], d[1]}, d2 = {d[2], d[2]};
-    const V2d a0 = {p.a[0], q.a[0]}, a1 = {p.a[1], q.a[1]}, a2 = {p.a[2], q.a[2]};
-    const V2d e10 = V2d{p.b[0], q.b[0]} - a0, e11 = V2d{p.b[1], q.b[1]} - a1, e12 = V2d{p.b[2], q.b[2]} - a2;
-    const V2d e20 = V2d{p.c[0], q.c[0]} - a0, e21 = V2d{p.c[1], q.c[1]} - a1, e22 = V2d{p.c[2], q.c[2]} - a2;
-    const V2d n0 = e11 * e22 - e12 * e21, n1 = e12 * e20 - e10 * e22, n2 = e10 * e21 - e11 * e20;
-    const V2d dn = d0 * n0 + d1 * n1 + d2 * n2;
-    const V2d s0 = V2d{o[0], o[0]} - a0, s1 = V2d{o[1], o[1]} - a1, s2 = V2d{o[2], o[2]} - a2;
-    const V2d sign = __builtin_convertvector(-(dn > 0), V2d) * 2.0 - 1.0; // 1 or -1, as dn > 0
-    const V2d adn = dn * sign;
-    const V2d uu = sign * (d0 * (s1 * e22 - s2 * e21) + d1 * (s2 * e20 - s0 * e22) + d2 * (s0 * e21 - s1 * e20));
-    const V2d vv = sign * (d0 * (e11 * s2 - e12 * s1) + d1 * (e12 * s0 - e10 * s2) + d2 * (e10 * s1 - e11 * s0));
-    const V2d tt = -sign * (s0 * n0 + s1 * n1 + s2 * n2);
-    const V2d limit = {tMax, tMax};
-    const V2m ok = (adn > 0) & (uu >= 0) & (vv >= 0) & (uu + vv <= adn) & (tt >= 0) & (tt <= limit * adn);
-    return static_cast<unsigned int>(ok[0] != 0) | static_cast<unsigned int>(ok[1] != 0) << 1;
+constexpr double kMarginScale = 1.0 / 65536;
+constexpr double kMarginMin = 0x1p-100, kMarginMax = 0x1p100;
+
+inline bool inRange(double m) noexcept { return m >= kMarginMin && m <= kMarginMax; }
+
+// Sets f up for the cell of centre center holding triangles within reach.
+inline void setUp(Prefilter& f, const Layout::Node& node, const double* o, const double* d, double dMax,
+                  double tMax) noexcept {
+    double S = 0;
+    for (int k = 0; k < 3; ++k)
+        S = std::max(S, std::fabs(o[k] - double(node.center[k])));
+    S += node.reach;
+    const double E = 2.0 * double(node.reach);
+    const double mU = kMarginScale * dMax * S * E, mD = kMarginScale * dMax * E * E, mT = kMarginScale * S * E * E;
+    f.on = inRange(mU) && inRange(mD) && inRange(mT) && S <= kMarginMax && dMax <= kMarginMax;
+    if (!f.on)
+        return;
+    for (int k = 0; k < 3; ++k) {
+        f.o[k] = _mm_set1_ps(static_cast<float>(o[k] - double(node.center[k])));
+        f.c[k] = _mm_set1_ps(node.center[k]);
+        f.d[k] = _mm_set1_ps(static_cast<float>(d[k]));
+    }
+    f.mU = _mm_set1_ps(static_cast<float>(mU));
+    f.mD = _mm_set1_ps(static_cast<float>(mD));
+    f.mT = _mm_set1_ps(static_cast<float>(mT));
+    f.mSum = _mm_set1_ps(static_cast<float>(4 * mU + 2 * mD));
+    float up = tMax >= double(std::numeric_limits<float>::max()) ? HUGE_VALF : static_cast<float>(tMax);
+    if (double(up) < tMax)
+        up = std::nextafter(up, HUGE_VALF);
+    f.tMaxUp = _mm_set1_ps(up);
+}
+
+// Bit i set where triangle t[i] may hit.
+inline unsigned int mayHit(const Prefilter& f, const RayTriangle* const* t) noexcept {
+    // Corners as rows: a.x a.y a.z b.x | b.x b.y b.z c.x | b.z c.x c.y c.z
+    // (all within the triangle), turned into one register per coordinate.
+    __m128 a0 = _mm_loadu_ps(t[0]->a), a1 = _mm_loadu_ps(t[1]->a), a2 = _mm_loadu_ps(t[2]->a),
+           bx = _mm_loadu_ps(t[3]->a);
+    _MM_TRANSPOSE4_PS(a0, a1, a2, bx);
+    __m128 b0 = _mm_loadu_ps(t[0]->b), b1 = _mm_loadu_ps(t[1]->b), b2 = _mm_loadu_ps(t[2]->b),
+           cx = _mm_loadu_ps(t[3]->b);
+    _MM_TRANSPOSE4_PS(b0, b1, b2, cx);
+    __m128 bz = _mm_loadu_ps(t[0]->b + 2), c0 = _mm_loadu_ps(t[1]->b + 2), c1 = _mm_loadu_ps(t[2]->b + 2),
+           c2 = _mm_loadu_ps(t[3]->b + 2);
+    _MM_TRANSPOSE4_PS(bz, c0, c1, c2);
+    const __m128 e10 = b0 - a0, e11 = b1 - a1, e12 = b2 - a2;
+    const __m128 e20 = c0 - a0, e21 = c1 - a1, e22 = c2 - a2;
+    const __m128 n0 = e11 * e22 - e12 * e21, n1 = e12 * e20 - e10 * e22, n2 = e10 * e21 - e11 * e20;
+    const __m128 D = f.d[0] * n0 + f.d[1] * n1 + f.d[2] * n2;
+    const __m128 s0 = f.o[0] - (a0 - f.c[0]), s1 = f.o[1] - (a1 - f.c[1]), s2 = f.o[2] - (a2 - f.c[2]);
+    const __m128 U = f.d[0] * (s1 * e22 - s2 * e21) + f.d[1] * (s2 * e20 - s0 * e22) + f.d[2] * (s0 * e21 - s1 * e20);
+    const __m128 V = f.d[0] * (e11 * s2 - e12 * s1) + f.d[1] * (e12 * s0 - e10 * s2) + f.d[2] * (e10 * s1 - e11 * s0);
+    const __m128 T = s0 * n0 + s1 * n1 + s2 * n2;
+    // Oriented by D's sign as the double test does (uu = sign U, tt = -sign T).
+    const __m128 signBit = _mm_set1_ps(-0.0f);
+    const __m128 sign = _mm_and_ps(D, signBit);
+    const __m128 adn = _mm_andnot_ps(signBit, D);
+    const __m128 uu = _mm_xor_ps(U, sign), vv = _mm_xor_ps(V, sign), tt = _mm_xor_ps(T, _mm_xor_ps(sign, signBit));
+    const __m128 lowU = _mm_xor_ps(f.mU, signBit), lowT = _mm_xor_ps(f.mT, signBit);
+    __m128 ok = _mm_and_ps(_mm_cmpge_ps(uu, lowU), _mm_cmpge_ps(vv, lowU));
+    ok = _mm_and_ps(ok, _mm_cmple_ps(uu + vv, adn + f.mSum));
+    ok = _mm_and_ps(ok, _mm_cmpge_ps(tt, lowT));
+    ok = _mm_and_ps(ok, _mm_cmple_ps(tt - f.mT, f.tMaxUp * (adn + f.mD)));
+    const __m128 unsure = _mm_cmpngt_ps(adn, f.mD); // D's sign not certain (or NaN)
+    return static_cast<unsigned int>(_mm_movemask_ps(_mm_or_ps(ok, unsure)));
 }
 
 // kRank[children][i]: how many of the children below octant i exist (the
@@ -82,6 +146,8 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     unsigned int flip = 0;
     for (int k = 0; k < 3; ++k)
         flip |= static_cast<unsigned int>(ray.moves[k] && d[k] < 0) << k;
+    const double dMax = std::max({std::fabs(d[0]), std::fabs(d[1]), std::fabs(d[2])});
+    Prefilter filter;
 
     // Each level leaves at most three siblings behind, and a visit pushes at
     // most four: the stack never outgrows this.
@@ -104,14 +170,17 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
             const std::uint32_t n = node.count;
             for (std::uint32_t k = 0; k < n; ++k)
                 __builtin_prefetch(triangles + e[k]);
-            // Two at a time; an odd last one is paired with itself.
-            for (std::uint32_t k = 0; k < n; k += 2) {
-                const std::uint32_t p = e[k], q = e[k + 1 < n ? k + 1 : k];
-                const unsigned int hits = pairHits(triangles[p], triangles[q], o, d, tMax);
-                if (hits & 1)
-                    fn(p, tMax);
-                if ((hits & 2) && q != p)
-                    fn(q, tMax);
+            setUp(filter, node, o, d, dMax, tMax);
+            // Four at a time; a short last group repeats its last triangle.
+            for (std::uint32_t k = 0; k < n; k += 4) {
+                const RayTriangle* group[4];
+                for (std::uint32_t l = 0; l < 4; ++l)
+                    group[l] = triangles + e[k + l < n ? k + l : n - 1];
+                unsigned int may = filter.on ? mayHit(filter, group) : 0xf;
+                if (n - k < 4)
+                    may &= (1u << (n - k)) - 1;
+                for (; may; may &= may - 1)
+                    fn(e[k + static_cast<std::uint32_t>(__builtin_ctz(may))], tMax);
             }
         }
         if (!node.children || item.t0 > tMax)
