@@ -239,6 +239,14 @@ TEST(TtriangleOctreeWalker, RayHitsMatchBruteForce) {
         }
         if (r % 11 == 0)
             dir = T4dDblVector(0, 0, r % 2 ? 1 : -1);
+        if (r % 3 == 1) {
+            // Aimed at a corner or an edge's midpoint, where rounding decides.
+            const ToctreeTriangle& t = tris[static_cast<std::size_t>(r) * 7 % tris.size()];
+            const T3dFltPoint& p = r % 2 ? t.a : t.b;
+            const double w = r % 4 == 1 ? 1.0 : 0.5;
+            dir = T4dDblVector(w * p.x + (1 - w) * t.c.x - o.x, w * p.y + (1 - w) * t.c.y - o.y,
+                               w * p.z + (1 - w) * t.c.z - o.z);
+        }
         const double tMax = r % 4 == 0 ? 0.3 : std::numeric_limits<double>::infinity();
 
         std::vector<ToctreeTriangleIntersection> expected;
