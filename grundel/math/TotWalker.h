@@ -66,6 +66,24 @@ struct TotRay {
         return t0 <= t1;
     }
 
+    /// Narrows [t0, t1] to where the ray is inside the closed box lo..hi;
+    /// false when nothing is left.
+    template <class Corner>
+    bool narrow(const Corner& lo, const Corner& hi, double& t0, double& t1) const noexcept {
+        for (int k = 0; k < 3; ++k) {
+            const double l = lo[k], h = hi[k];
+            if (!moves[k]) {
+                if (!(o[k] >= l && o[k] <= h))
+                    return false;
+                continue;
+            }
+            const double ta = (l - o[k]) * inv[k], tb = (h - o[k]) * inv[k];
+            t0 = std::max(t0, std::min(ta, tb));
+            t1 = std::min(t1, std::max(ta, tb));
+        }
+        return t0 <= t1;
+    }
+
     /// Calls visit(octant, start, stop) for the octants of a cell split at
     /// center that the ray meets inside (t0, t1), in the order it meets them
     /// (at most four): the octant at t0, then one bit flipped per dividing

@@ -206,6 +206,16 @@ void TtriangleOctree::buildQueryLayout() const {
     out.triangles.reserve(fTriangles.size());
     out.index.reserve(fTriangles.size());
 
+    // Where the triangles below each node lie, gathered bottom up once the
+    // nodes are laid out: each node's own triangles (their boxes cut to the
+    // cell) first, in the walk below.
+    struct Bounds {
+        double lo[3], hi[3];
+        double reach; // of the corners, from the node's centre
+    };
+    std::vector<Bounds> bounds;
+    bounds.reserve(nodeTotal);
+
     // Depth first with an explicit stack (trees may be a few hundred levels
     // deep): a node's slot, and its children's, are made when it is reached
     // from its parent, so siblings stay side by side.
@@ -216,6 +226,7 @@ void TtriangleOctree::buildQueryLayout() const {
     };
     std::vector<Pending> stack;
     out.nodes.push_back(QueryLayout::Node{});
+    bounds.push_back(Bounds{});
     stack.push_back(Pending{this, 0, 0});
     while (!stack.empty()) {
         const Pending p = stack.back();
@@ -227,32 +238,70 @@ void TtriangleOctree::buildQueryLayout() const {
             flat.center[k] = n.center()[k];
         flat.first = static_cast<std::uint32_t>(out.entries.size());
         flat.count = n.entryCount();
-        double reach = 0;
+        Bounds b{{HUGE_VAL, HUGE_VAL, HUGE_VAL}, {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL}, 0};
         for (const unsigned int e : n) {
             const ToctreeTriangle& tri = fTriangles[e];
-            for (const T3dFltPoint* corner : {&tri.a, &tri.b, &tri.c})
-                for (unsigned int k = 0; k < 3; ++k)
-                    reach = std::max(reach, std::fabs(double((*corner)[k]) - double(flat.center[k])));
+            for (unsigned int k = 0; k < 3; ++k) {
+                const double a = tri.a[k], bk = tri.b[k], c = tri.c[k];
+                b.lo[k] = std::min(b.lo[k], std::max(min3(a, bk, c), double(n.minCorner()[k])));
+                b.hi[k] = std::max(b.hi[k], std::min(max3(a, bk, c), double(n.maxCorner()[k])));
+                const double m = flat.center[k];
+                b.reach = std::max(b.reach, std::max(std::fabs(a - m), std::max(std::fabs(bk - m), std::fabs(c - m))));
+            }
             if (place[e] == kNone) {
                 place[e] = static_cast<std::uint32_t>(out.triangles.size());
-                out.triangles.emplace_back(fTriangles[e]);
+                out.triangles.emplace_back(tri);
                 out.index.push_back(e);
             }
             out.entries.push_back(place[e]);
         }
-        flat.reach = static_cast<float>(reach);
-        if (flat.reach < reach)
-            flat.reach = std::nextafter(flat.reach, HUGE_VALF);
         flat.firstChild = static_cast<std::uint32_t>(out.nodes.size());
         for (int i = 0; i < 8; ++i)
             if (n.child(i)) {
                 flat.children = static_cast<std::uint8_t>(flat.children | (1u << i));
                 out.nodes.push_back(QueryLayout::Node{});
+                bounds.push_back(Bounds{});
             }
         out.nodes[p.slot] = flat;
+        bounds[p.slot] = b;
         std::uint32_t slot = static_cast<std::uint32_t>(out.nodes.size());
         for (int i = 7; i >= 0; --i)
             if (const TotNode<unsigned int>* c = n.child(i))
                 stack.push_back(Pending{c, --slot, p.depth + 1});
+    }
+
+    // Children come after their parent: from the last node back, each node
+    // takes in its children's bounds, then is rounded outwards to float.
+    const double tol = tolerance();
+    const auto down = [](double x) {
+        float f = static_cast<float>(x);
+        return double(f) > x ? std::nextafter(f, -HUGE_VALF) : f;
+    };
+    const auto up = [](double x) {
+        float f = static_cast<float>(x);
+        return double(f) < x ? std::nextafter(f, HUGE_VALF) : f;
+    };
+    for (std::size_t i = out.nodes.size(); i-- > 0;) {
+        QueryLayout::Node& flat = out.nodes[i];
+        Bounds& b = bounds[i];
+        for (unsigned int octant = 0, child = flat.firstChild; octant < 8; ++octant) {
+            if (!(flat.children & (1u << octant)))
+                continue;
+            const Bounds& c = bounds[child];
+            double offset = 0;
+            for (int k = 0; k < 3; ++k) {
+                b.lo[k] = std::min(b.lo[k], c.lo[k]);
+                b.hi[k] = std::max(b.hi[k], c.hi[k]);
+                offset = std::max(offset, std::fabs(double(out.nodes[child].center[k]) - double(flat.center[k])));
+            }
+            b.reach = std::max(b.reach, c.reach + offset);
+            ++child;
+        }
+        flat.reach = up(b.reach);
+        for (int k = 0; k < 3; ++k) {
+            const bool empty = b.lo[k] > b.hi[k];
+            flat.lo[k] = empty ? -HUGE_VALF : down(b.lo[k] - tol);
+            flat.hi[k] = empty ? HUGE_VALF : up(b.hi[k] + tol);
+        }
     }
 }

@@ -153,14 +153,18 @@ public:
     /// filed triangle is copied once, in the order the nodes first name it,
     /// so that a cell's triangles mostly lie side by side; a node's entries
     /// are positions in that copy. About 4 bytes per filed copy, 40 per
-    /// triangle and 32 per node.
+    /// triangle and 64 per node.
     struct QueryLayout {
-        struct alignas(32) Node { // never across two cache lines
+        struct alignas(64) Node { // one cache line
             float center[3];
+            float reach;              // no corner of a triangle below is farther from center on any axis
+            /// The box in which the triangles below meet this cell, grown by
+            /// the tolerance: a ray that misses it in the cell misses them
+            /// there. Infinite for a node with nothing below it.
+            float lo[3], hi[3];
             std::uint32_t firstChild; // index of the lowest existing child
             std::uint32_t first;      // this node's first place in entries
             std::uint32_t count;      // and its number of triangles
-            float reach;              // no corner of them is farther from center on any axis
             std::uint8_t children;    // bit i: octant i exists
         };
         std::vector<Node> nodes;                        // nodes[0] is the root
@@ -187,4 +191,4 @@ private:
     mutable QueryLayout fLayout;
 };
 
-static_assert(sizeof(TtriangleOctree::QueryLayout::Node) == 32, "two flat nodes to a cache line");
+static_assert(sizeof(TtriangleOctree::QueryLayout::Node) == 64, "a flat node is one cache line");

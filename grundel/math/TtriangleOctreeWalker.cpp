@@ -165,6 +165,11 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
         if (item.t0 > tMax)
             continue;
         const Layout::Node& node = nodes[item.node];
+        // The part of the cell's range where the ray is in the node's box;
+        // nothing below the node lies elsewhere in the cell.
+        double t0 = item.t0, t1 = std::min(item.t1, tMax);
+        if (!ray.narrow(node.lo, node.hi, t0, t1))
+            continue;
         if (node.count) {
             const std::uint32_t* e = entries + node.first;
             const std::uint32_t n = node.count;
@@ -183,7 +188,7 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
                     fn(e[k + static_cast<std::uint32_t>(__builtin_ctz(may))], tMax);
             }
         }
-        if (!node.children || item.t0 > tMax)
+        if (!node.children || t0 > tMax)
             continue;
 
         // Where the ray crosses the three dividing planes, in order; the
@@ -198,20 +203,22 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
             s[k] = ray.moves[k] ? (c - o[k]) * ray.inv[k] : o[k] >= c ? -HUGE_VAL : HUGE_VAL;
         }
         sortCrossings(s, bit);
-        const double end = std::min(item.t1, tMax);
+        const double end = std::min(t1, tMax);
         const unsigned int c = node.children;
         const std::uint32_t first = node.firstChild;
         const unsigned int chain[4] = {flip, (bit[0]) ^ flip, (bit[0] | bit[1]) ^ flip, 7 ^ flip};
-        const double enter[4] = {item.t0, std::max(item.t0, s[0]), std::max(item.t0, s[1]), std::max(item.t0, s[2])};
+        const double enter[4] = {t0, std::max(t0, s[0]), std::max(t0, s[1]), std::max(t0, s[2])};
         const double leave[4] = {std::min(end, s[0]), std::min(end, s[1]), std::min(end, s[2]), end};
         // Pushed last first, without a branch: a slot is written always and
         // kept when the child exists and the ray spends time in it.
+        // Only the children kept are asked for (the others ask for this node).
         for (int m = 3; m >= 0; --m) {
             const unsigned int octant = chain[m];
             const std::uint32_t child = first + kRank.rank[c][octant];
-            __builtin_prefetch(nodes + child);
+            const unsigned int keep = ((c >> octant) & 1) & static_cast<unsigned int>(enter[m] <= leave[m]);
+            __builtin_prefetch(nodes + (keep ? child : item.node));
             stack[top] = Item{child, enter[m], leave[m]};
-            top += ((c >> octant) & 1) & static_cast<unsigned int>(enter[m] <= leave[m]);
+            top += keep;
         }
     }
 }
