@@ -23,8 +23,13 @@ struct ToctreeTriangleIntersection {
 /// walked front to back (TotRayWalker): a first-hit search ends as soon as the
 /// next cell begins beyond the nearest hit so far. All hits report each
 /// triangle once however many cells hold it. Ties in t go to the lowest
-/// triangle index.
+/// triangle index. Hits are looked for inside the root box: a hit on the
+/// part of a triangle outside it may or may not be reported.
 ///
+/// Each cell crossed is first narrowed to the box its triangles occupy in it
+/// (a ray missing that box skips the cell and all below); its triangles are
+/// then tested four at a time in single precision with proven error margins
+/// (see the walker's source), and those that may hit by the exact test.
 /// Queries read the tree's QueryLayout (built by the first query after a
 /// change), walking it front to back as TotRayWalker walks the nodes.
 /// The walker keeps its stack and marks between queries: reuse one per
