@@ -31,9 +31,9 @@ int walk(_FLfile* file, int style, int depth) {
             if (style & 1) {
                 // FLreadchunk returns the header it read, so finish it by hand.
                 char buffer[64];
-                FLread(file, buffer, sizeof buffer);
-                FLunget(file, 1);
-                FLseek(file, 0, SEEK_END);
+                (void)FLread(file, buffer, sizeof buffer);
+                (void)FLunget(file, 1);
+                (void)FLseek(file, 0, SEEK_END);
                 code = FLendget(file);
             } else if (void* data = FLreadchunk(file, &id, &size)) {
                 std::free(data);
@@ -53,7 +53,7 @@ public:
     int iffVLeafMethod1(TiffFile& file, TiffTag tag, Tint32 size) override {
         char buffer[16];
         if (size > 0)
-            file.read(buffer, sizeof buffer);
+            (void)file.read(buffer, sizeof buffer);
         if (tag == TiffTag("STOP"))
             file.endParse();
         return 0;
@@ -82,13 +82,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 TiffFile::popTstring(text, left, block);
                 return size > 0x7000000 ? 1 : 0;
             });
-        file.parse();
+        (void)file.parse();
         return 0;
     }
     _FLfile* file = FLopen(name, (style & 4) ? "rs" : "r");
     if (file) {
         walk(file, style, 0);
-        FLclose(file);
+        (void)FLclose(file);
     }
     return 0;
 }
