@@ -61,6 +61,46 @@ bool triangleTouchesBox(const V3& a, const V3& b, const V3& c, const V3& centre,
 
 bool finite(const T3dFltPoint& p) noexcept { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
+
+// A node's scale: the least power of two at or above reach (the box's steps
+// are then exact fractions of it), and its box: the steps just outside
+// lo - tol and hi + tol. An empty box (lo > hi) is the whole cube: nothing
+// lies below such a node.
+void setScaleAndBox(TtriangleOctree::QueryLayout::Node& node, double reach, const double* lo, const double* hi,
+                    double tol) {
+    using Layout = TtriangleOctree::QueryLayout;
+    int e = -126;
+    if (reach > std::ldexp(1.0, -126)) {
+        (void)std::frexp(reach, &e); // reach < 2^e
+        if (reach == std::ldexp(0.5, e))
+            --e; // exactly a power of two
+    }
+    if (!(reach <= std::ldexp(1.0, 126))) {
+        node.scale = Layout::kNoScale;
+        return;
+    }
+    node.scale = static_cast<std::int8_t>(e);
+    const double r = Layout::reach(node);
+    for (unsigned int k = 0; k < 3; ++k) {
+        unsigned int l = 0, h = 255;
+        if (lo[k] <= hi[k]) {
+            const double low = lo[k] - tol, high = hi[k] + tol;
+            while (l < 255 && Layout::side(node, r, k, l + 1) <= low)
+                ++l;
+            while (h > l && Layout::side(node, r, k, h - 1) >= high)
+                --h;
+            // The cube holds the box (r bounds the corners); should rounding
+            // say otherwise, the node keeps no box.
+            if (!(Layout::side(node, r, k, l) <= low && Layout::side(node, r, k, h) >= high)) {
+                node.scale = Layout::kNoScale;
+                return;
+            }
+        }
+        node.box[k][0] = static_cast<std::uint8_t>(l);
+        node.box[k][1] = static_cast<std::uint8_t>(h);
+    }
+}
+
 } // namespace
 
 bool ToctreeTriangle::intersect(const T3dDblPoint& origin, const T4dDblVector& direction, double tMax, double& t,
@@ -271,16 +311,9 @@ void TtriangleOctree::buildQueryLayout() const {
     }
 
     // Children come after their parent: from the last node back, each node
-    // takes in its children's bounds, then is rounded outwards to float.
+    // takes in its children's bounds, then gets its scale and box, rounded
+    // outwards (checked with the very arithmetic the walker uses).
     const double tol = tolerance();
-    const auto down = [](double x) {
-        float f = static_cast<float>(x);
-        return double(f) > x ? std::nextafter(f, -HUGE_VALF) : f;
-    };
-    const auto up = [](double x) {
-        float f = static_cast<float>(x);
-        return double(f) < x ? std::nextafter(f, HUGE_VALF) : f;
-    };
     for (std::size_t i = out.nodes.size(); i-- > 0;) {
         QueryLayout::Node& flat = out.nodes[i];
         Bounds& b = bounds[i];
@@ -297,11 +330,6 @@ void TtriangleOctree::buildQueryLayout() const {
             b.reach = std::max(b.reach, c.reach + offset);
             ++child;
         }
-        flat.reach = up(b.reach);
-        for (int k = 0; k < 3; ++k) {
-            const bool empty = b.lo[k] > b.hi[k];
-            flat.lo[k] = empty ? -HUGE_VALF : down(b.lo[k] - tol);
-            flat.hi[k] = empty ? HUGE_VALF : up(b.hi[k] + tol);
-        }
+        setScaleAndBox(flat, b.reach + tol, b.lo, b.hi, tol);
     }
 }

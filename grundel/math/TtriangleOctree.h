@@ -5,7 +5,9 @@
 #include "grundel/math/Toctree.h"
 
 #include <atomic>
+#include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <mutex>
 #include <vector>
 
@@ -153,20 +155,38 @@ public:
     /// filed triangle is copied once, in the order the nodes first name it,
     /// so that a cell's triangles mostly lie side by side; a node's entries
     /// are positions in that copy. About 4 bytes per filed copy, 40 per
-    /// triangle and 64 per node.
+    /// triangle and 32 per node.
     struct QueryLayout {
-        struct alignas(64) Node { // one cache line
+        struct alignas(32) Node { // never across two cache lines
             float center[3];
-            float reach;              // no corner of a triangle below is farther from center on any axis
-            /// The box in which the triangles below meet this cell, grown by
-            /// the tolerance: a ray that misses it in the cell misses them
-            /// there. Infinite for a node with nothing below it.
-            float lo[3], hi[3];
             std::uint32_t firstChild; // index of the lowest existing child
             std::uint32_t first;      // this node's first place in entries
             std::uint32_t count;      // and its number of triangles
             std::uint8_t children;    // bit i: octant i exists
+            /// No corner of a triangle below is farther from center than
+            /// 2^scale on any axis (see reach); kNoScale: too far for float.
+            std::int8_t scale;
+            /// The box in which the triangles below meet this cell, grown by
+            /// the tolerance, in steps of 255 across center - reach to
+            /// center + reach (see side): per axis a low and a high step. A
+            /// ray that misses it in the cell misses them there.
+            std::uint8_t box[3][2];
         };
+        static constexpr std::int8_t kNoScale = 127;
+        /// 2^scale, or infinity for kNoScale.
+        static double reach(const Node& node) noexcept {
+            if (node.scale == kNoScale)
+                return HUGE_VAL;
+            const std::uint64_t bits = std::uint64_t(1023 + node.scale) << 52;
+            double r;
+            std::memcpy(&r, &bits, sizeof r);
+            return r;
+        }
+        /// The coordinate of step q (0 to 255) on an axis of a node's box whose
+        /// reach is r (finite): a power of two, so only the sums round.
+        static double side(const Node& node, double r, unsigned int axis, unsigned int q) noexcept {
+            return double(node.center[axis]) - r + q * (r * (1 / 127.5));
+        }
         std::vector<Node> nodes;                        // nodes[0] is the root
         std::vector<std::uint32_t> entries;             // positions in triangles, node by node
         std::vector<grundel::detail::RayTriangle> triangles;
@@ -191,4 +211,4 @@ private:
     mutable QueryLayout fLayout;
 };
 
-static_assert(sizeof(TtriangleOctree::QueryLayout::Node) == 64, "a flat node is one cache line");
+static_assert(sizeof(TtriangleOctree::QueryLayout::Node) == 32, "two flat nodes to a cache line");

@@ -41,11 +41,12 @@ inline bool inRange(double m) noexcept { return m >= kMarginMin && m <= kMarginM
 // Sets f up for the cell of centre center holding triangles within reach.
 inline void setUp(Prefilter& f, const Layout::Node& node, const double* o, const double* d, double dMax,
                   double tMax) noexcept {
+    const double reach = Layout::reach(node);
     double S = 0;
     for (int k = 0; k < 3; ++k)
         S = std::max(S, std::fabs(o[k] - double(node.center[k])));
-    S += node.reach;
-    const double E = 2.0 * double(node.reach);
+    S += reach;
+    const double E = 2.0 * reach;
     const double mU = kMarginScale * dMax * S * E, mD = kMarginScale * dMax * E * E, mT = kMarginScale * S * E * E;
     f.on = inRange(mU) && inRange(mD) && inRange(mT) && S <= kMarginMax && dMax <= kMarginMax;
     if (!f.on)
@@ -168,8 +169,16 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
         // The part of the cell's range where the ray is in the node's box;
         // nothing below the node lies elsewhere in the cell.
         double t0 = item.t0, t1 = std::min(item.t1, tMax);
-        if (!ray.narrow(node.lo, node.hi, t0, t1))
-            continue;
+        if (node.scale != Layout::kNoScale) {
+            const double r = Layout::reach(node);
+            double lo[3], hi[3];
+            for (unsigned int k = 0; k < 3; ++k) {
+                lo[k] = Layout::side(node, r, k, node.box[k][0]);
+                hi[k] = Layout::side(node, r, k, node.box[k][1]);
+            }
+            if (!ray.narrow(lo, hi, t0, t1))
+                continue;
+        }
         if (node.count) {
             const std::uint32_t* e = entries + node.first;
             const std::uint32_t n = node.count;
