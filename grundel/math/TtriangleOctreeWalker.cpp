@@ -101,6 +101,33 @@ inline unsigned int mayHit(const Prefilter& f, const RayTriangle* const* t) noex
     return static_cast<unsigned int>(_mm_movemask_ps(_mm_or_ps(ok, unsure)));
 }
 
+// The ray as narrowToBox reads it: x and y side by side.
+struct Slab {
+    __m128d oXY, invXY;
+    double oZ, invZ;
+};
+
+// Narrows [t0, t1] to where a ray that crosses every set of planes is inside
+// the node's box: Layout::side's arithmetic, two axes at a time.
+inline bool narrowToBox(const Layout::Node& node, double r, const Slab& ray, double& t0, double& t1) noexcept {
+    const double step = r * (1 / 127.5);
+    const __m128d base = _mm_sub_pd(_mm_set_pd(node.center[1], node.center[0]), _mm_set1_pd(r));
+    const __m128d qLo = _mm_cvtepi32_pd(_mm_set_epi32(0, 0, node.box[1][0], node.box[0][0]));
+    const __m128d qHi = _mm_cvtepi32_pd(_mm_set_epi32(0, 0, node.box[1][1], node.box[0][1]));
+    const __m128d s = _mm_set1_pd(step);
+    const __m128d ta = _mm_mul_pd(_mm_sub_pd(_mm_add_pd(base, _mm_mul_pd(qLo, s)), ray.oXY), ray.invXY);
+    const __m128d tb = _mm_mul_pd(_mm_sub_pd(_mm_add_pd(base, _mm_mul_pd(qHi, s)), ray.oXY), ray.invXY);
+    const __m128d nearXY = _mm_min_pd(ta, tb), farXY = _mm_max_pd(ta, tb);
+    const double zBase = double(node.center[2]) - r;
+    const double za = (zBase + node.box[2][0] * step - ray.oZ) * ray.invZ;
+    const double zb = (zBase + node.box[2][1] * step - ray.oZ) * ray.invZ;
+    const double nearX = _mm_cvtsd_f64(nearXY), nearY = _mm_cvtsd_f64(_mm_unpackhi_pd(nearXY, nearXY));
+    const double farX = _mm_cvtsd_f64(farXY), farY = _mm_cvtsd_f64(_mm_unpackhi_pd(farXY, farXY));
+    t0 = std::max(std::max(t0, std::min(za, zb)), std::max(nearX, nearY));
+    t1 = std::min(std::min(t1, std::max(za, zb)), std::min(farX, farY));
+    return t0 <= t1;
+}
+
 // kRank[children][i]: how many of the children below octant i exist (the
 // offset of child i from the node's first child). No popcnt instruction in
 // the baseline instruction set, and a table beats the bit arithmetic.
@@ -142,6 +169,19 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     double t0, t1;
     if (!ray.set(o, d, tMax) || !ray.clip(layout.min, layout.max, tMax, t0, t1))
         return;
+    // Most rays cross every set of planes: they take a path without the
+    // tests for a ray that runs along some.
+    if (ray.moves[0] && ray.moves[1] && ray.moves[2])
+        walkCells<true>(layout, ray, t0, t1, tMax, fn);
+    else
+        walkCells<false>(layout, ray, t0, t1, tMax, fn);
+}
+
+template <bool kEveryAxis, class Fn>
+void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detail::TotRay& ray, double start,
+                                      double stop, double tMax, Fn& fn) {
+    const double* o = ray.o;
+    const double* d = ray.d;
     // Octant bit k of a child is flipped where the ray runs down axis k, so
     // that the ray meets the children in a chain of growing bit sets.
     unsigned int flip = 0;
@@ -149,6 +189,7 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
         flip |= static_cast<unsigned int>(ray.moves[k] && d[k] < 0) << k;
     const double dMax = std::max({std::fabs(d[0]), std::fabs(d[1]), std::fabs(d[2])});
     Prefilter filter;
+    const Slab slab{_mm_set_pd(o[1], o[0]), _mm_set_pd(ray.inv[1], ray.inv[0]), o[2], ray.inv[2]};
 
     // Each level leaves at most three siblings behind, and a visit pushes at
     // most four: the stack never outgrows this.
@@ -160,7 +201,7 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     const std::uint32_t* entries = layout.entries.data();
     const RayTriangle* triangles = layout.triangles.data();
     std::size_t top = 0;
-    stack[top++] = Item{0, t0, t1};
+    stack[top++] = Item{0, start, stop};
     while (top > 0) {
         const Item item = stack[--top];
         if (item.t0 > tMax)
@@ -171,13 +212,18 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
         double t0 = item.t0, t1 = std::min(item.t1, tMax);
         if (node.scale != Layout::kNoScale) {
             const double r = Layout::reach(node);
-            double lo[3], hi[3];
-            for (unsigned int k = 0; k < 3; ++k) {
-                lo[k] = Layout::side(node, r, k, node.box[k][0]);
-                hi[k] = Layout::side(node, r, k, node.box[k][1]);
+            if constexpr (kEveryAxis) {
+                if (!narrowToBox(node, r, slab, t0, t1))
+                    continue;
+            } else {
+                double lo[3], hi[3];
+                for (unsigned int k = 0; k < 3; ++k) {
+                    lo[k] = Layout::side(node, r, k, node.box[k][0]);
+                    hi[k] = Layout::side(node, r, k, node.box[k][1]);
+                }
+                if (!ray.narrow(lo, hi, t0, t1))
+                    continue;
             }
-            if (!ray.narrow(lo, hi, t0, t1))
-                continue;
         }
         if (node.count) {
             const std::uint32_t* e = entries + node.first;
@@ -209,7 +255,10 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
         unsigned int bit[3] = {1, 2, 4};
         for (int k = 0; k < 3; ++k) {
             const double c = node.center[k];
-            s[k] = ray.moves[k] ? (c - o[k]) * ray.inv[k] : o[k] >= c ? -HUGE_VAL : HUGE_VAL;
+            if constexpr (kEveryAxis)
+                s[k] = (c - o[k]) * ray.inv[k];
+            else
+                s[k] = ray.moves[k] ? (c - o[k]) * ray.inv[k] : o[k] >= c ? -HUGE_VAL : HUGE_VAL;
         }
         sortCrossings(s, bit);
         const double end = std::min(t1, tMax);

@@ -59,6 +59,11 @@ private:
     // begins at or before tMax (fn may lower it).
     template <class Fn>
     void walk(const TtriangleOctree::QueryLayout& layout, const double* o, const double* d, double tMax, Fn&& fn);
+    // The walk from the root's range [start, stop] on; kEveryAxis: the ray
+    // runs along none of the dividing planes.
+    template <bool kEveryAxis, class Fn>
+    void walkCells(const TtriangleOctree::QueryLayout& layout, const grundel::detail::TotRay& ray, double start,
+                   double stop, double tMax, Fn& fn);
     // Starts a query: a fresh mark, with the marks sized to the table.
     unsigned int nextMark();
 
