@@ -332,4 +332,70 @@ void TtriangleOctree::buildQueryLayout() const {
         }
         setScaleAndBox(flat, b.reach + tol, b.lo, b.hi, tol);
     }
+    buildQueryGrid();
+}
+
+void TtriangleOctree::buildQueryGrid() const {
+    QueryLayout& out = fLayout;
+    constexpr unsigned int kMaxLevels = 4; // 4096 cells
+    out.gridLevels = 0;
+    out.grid.clear();
+    for (std::vector<float>& p : out.planes)
+        p.clear();
+    const unsigned int levels = std::min(kMaxLevels, out.depth);
+    if (levels < 2)
+        return;
+    // The boundaries as the tree halves its boxes.
+    const std::size_t n = std::size_t{1} << levels;
+    for (int k = 0; k < 3; ++k) {
+        std::vector<float>& p = out.planes[k];
+        p.assign(n + 1, 0.0f);
+        p[0] = out.min[k];
+        p[n] = out.max[k];
+        for (std::size_t width = n; width > 1; width /= 2)
+            for (std::size_t a = 0; a < n; a += width)
+                p[a + width / 2] = static_cast<float>((double(p[a]) + double(p[a + width])) * 0.5);
+    }
+    out.grid.assign(n * n * n, QueryLayout::kNoNode);
+    // Depth first from the root with each node's cell range; any node above
+    // the grid's depth that does not split regularly, or holds triangles
+    // while split, leaves the layout without a grid.
+    struct Cell {
+        std::uint32_t node;
+        std::size_t lo[3]; // first cell index per axis
+        std::size_t width; // cells a side
+    };
+    std::vector<Cell> stack{Cell{0, {0, 0, 0}, n}};
+    while (!stack.empty()) {
+        const Cell c = stack.back();
+        stack.pop_back();
+        const QueryLayout::Node& node = out.nodes[c.node];
+        if (c.width == 1 || !node.children) {
+            for (std::size_t z = c.lo[2]; z < c.lo[2] + c.width; ++z)
+                for (std::size_t y = c.lo[1]; y < c.lo[1] + c.width; ++y)
+                    for (std::size_t x = c.lo[0]; x < c.lo[0] + c.width; ++x)
+                        out.grid[(z * n + y) * n + x] = c.node;
+            continue;
+        }
+        const std::size_t half = c.width / 2;
+        bool regular = node.count == 0;
+        for (int k = 0; k < 3; ++k)
+            regular = regular && node.center[k] == out.planes[k][c.lo[k] + half] &&
+                      node.center[k] != out.planes[k][c.lo[k]] && node.center[k] != out.planes[k][c.lo[k] + c.width];
+        if (!regular) {
+            out.grid.clear();
+            for (std::vector<float>& p : out.planes)
+                p.clear();
+            return;
+        }
+        for (unsigned int octant = 0, child = node.firstChild; octant < 8; ++octant)
+            if (node.children & (1u << octant)) {
+                Cell sub{child++, {c.lo[0], c.lo[1], c.lo[2]}, half};
+                for (unsigned int k = 0; k < 3; ++k)
+                    if (octant & (1u << k))
+                        sub.lo[k] += half;
+                stack.push_back(sub);
+            }
+    }
+    out.gridLevels = levels;
 }
