@@ -193,18 +193,6 @@ public:
         std::vector<std::uint32_t> index;               // triangles[k] is entry(index[k])
         unsigned int depth = 0;                         // of the deepest node; the root is 0
         float min[3], max[3];                           // the root box
-        /// Where the top levels split the root box regularly (every node
-        /// above gridLevels splits all three axes at the halving of its
-        /// box, and holds no triangles of its own): the nodes at depth
-        /// gridLevels, in a grid of 2^gridLevels cells a side (x fastest),
-        /// so that a ray can step through the top levels instead of
-        /// descending them. A leaf above that depth fills all its cells;
-        /// kNoNode marks a cell with nothing. Empty and gridLevels 0 when
-        /// the top is not regular or the tree is too shallow.
-        static constexpr std::uint32_t kNoNode = 0xffffffffu;
-        unsigned int gridLevels = 0;
-        std::vector<float> planes[3];    // per axis, the 2^gridLevels + 1 cell boundaries
-        std::vector<std::uint32_t> grid; // node index per cell
     };
     /// The layout of the tree as it is now. Built on the first call after a
     /// change (time and memory linear in the nodes, triangles and filed
@@ -216,7 +204,6 @@ public:
 private:
     bool fileTriangle(unsigned int index);
     void buildQueryLayout() const;
-    void buildQueryGrid() const;
 
     std::vector<ToctreeTriangle> fTriangles;
     mutable std::mutex fLayoutMutex;

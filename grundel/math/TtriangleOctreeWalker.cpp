@@ -128,56 +128,6 @@ inline bool narrowToBox(const Layout::Node& node, double r, const Slab& ray, dou
     return t0 <= t1;
 }
 
-// Calls visit(node, enter, leave) for the grid cells a ray that crosses
-// every set of planes meets in [start, stop], in order, while they begin at
-// or before tMax (which visit may lower). The crossing times are computed
-// as the nodes' own walk computes them, (plane - o) times 1 / d; a plane
-// crossed exactly at start counts as crossed (the cell before it would be
-// met for no time at all, and what lies on the plane is in both cells).
-template <class Visit>
-void stepGrid(const Layout& layout, const grundel::detail::TotRay& ray, double start, double stop, double& tMax,
-              Visit&& visit) {
-    const int n = 1 << layout.gridLevels;
-    int cell[3], step[3], nextPlane[3];
-    double next[3];
-    for (int k = 0; k < 3; ++k) {
-        const float* p = layout.planes[k].data();
-        const auto at = [&](int j) { return (double(p[j]) - ray.o[k]) * ray.inv[k]; };
-        int crossed = 0; // interior planes crossed by start
-        if (ray.d[k] > 0) {
-            while (crossed < n - 1 && at(crossed + 1) <= start)
-                ++crossed;
-            cell[k] = crossed;
-            step[k] = 1;
-            nextPlane[k] = crossed + 1;
-        } else {
-            while (crossed < n - 1 && at(n - 1 - crossed) <= start)
-                ++crossed;
-            cell[k] = n - 1 - crossed;
-            step[k] = -1;
-            nextPlane[k] = cell[k];
-        }
-        next[k] = nextPlane[k] > 0 && nextPlane[k] < n ? at(nextPlane[k]) : HUGE_VAL;
-    }
-    double enter = start;
-    for (;;) {
-        const int axis = next[0] <= next[1] ? (next[0] <= next[2] ? 0 : 2) : (next[1] <= next[2] ? 1 : 2);
-        const double leave = std::min(next[axis], stop);
-        const std::uint32_t node = layout.grid[(std::size_t(cell[2]) * n + cell[1]) * n + cell[0]];
-        if (node != Layout::kNoNode)
-            visit(node, enter, leave);
-        if (next[axis] >= stop || leave > tMax)
-            return;
-        cell[axis] += step[axis];
-        nextPlane[axis] += step[axis];
-        const float* p = layout.planes[axis].data();
-        next[axis] = nextPlane[axis] > 0 && nextPlane[axis] < n
-                         ? (double(p[nextPlane[axis]]) - ray.o[axis]) * ray.inv[axis]
-                         : HUGE_VAL;
-        enter = leave;
-    }
-}
-
 // kRank[children][i]: how many of the children below octant i exist (the
 // offset of child i from the node's first child). No popcnt instruction in
 // the baseline instruction set, and a table beats the bit arithmetic.
@@ -251,8 +201,7 @@ void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detai
     const std::uint32_t* entries = layout.entries.data();
     const RayTriangle* triangles = layout.triangles.data();
     std::size_t top = 0;
-    // Walks the cells below those on the stack, front to back.
-    const auto drain = [&] {
+    stack[top++] = Item{0, start, stop};
     while (top > 0) {
         const Item item = stack[--top];
         if (item.t0 > tMax)
@@ -330,17 +279,6 @@ void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detai
             top += keep;
         }
     }
-    };
-
-    if (kEveryAxis && layout.gridLevels) {
-        stepGrid(layout, ray, start, stop, tMax, [&](std::uint32_t node, double enter, double leave) {
-            stack[top++] = Item{node, enter, leave};
-            drain();
-        });
-        return;
-    }
-    stack[top++] = Item{0, start, stop};
-    drain();
 }
 
 unsigned int TtriangleOctreeWalker::nextMark() {

@@ -26,8 +26,6 @@ struct ToctreeTriangleIntersection {
 /// triangle index. Hits are looked for inside the root box: a hit on the
 /// part of a triangle outside it may or may not be reported.
 ///
-/// Where the layout has a grid of the top levels (QueryLayout::grid), a ray
-/// steps through its cells in order instead of descending from the root.
 /// Each cell crossed is first narrowed to the box its triangles occupy in it
 /// (a ray missing that box skips the cell and all below); its triangles are
 /// then tested four at a time in single precision with proven error margins
