@@ -268,8 +268,8 @@ void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detai
         const double enter[4] = {t0, std::max(t0, s[0]), std::max(t0, s[1]), std::max(t0, s[2])};
         const double leave[4] = {std::min(end, s[0]), std::min(end, s[1]), std::min(end, s[2]), end};
         // Pushed last first, without a branch: a slot is written always and
-        // kept when the child exists and the ray spends time in it.
-        // Only the children kept are asked for (the others ask for this node).
+        // kept when the child exists and the ray spends time in it. Only
+        // the kept children are prefetched (the others name this node).
         for (int m = 3; m >= 0; --m) {
             const unsigned int octant = chain[m];
             const std::uint32_t child = first + kRank.rank[c][octant];
