@@ -46,7 +46,7 @@
 #include "grundel/data/TdataCompound.h"
 #include "grundel/data/TdataLetter.h"
 #include "grundel/data/TdataMatrix.h"
-#include "grundel/data/TdataSpectrum.h"
+#include "grundel/data/TdataSamples3.h"
 #include "grundel/data/TdataTuple.h"
 #include "grundel/data/TdataUnknown.h"
 #include "grundel/data/TdataVoidPtr.h"

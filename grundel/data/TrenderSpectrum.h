@@ -3,6 +3,8 @@
 #include "grundel/data/TblendFactor.h"
 #include "grundel/data/Tspectrum.h"
 
+#include <type_traits>
+
 /// A spectrum with its blend factor: what a renderer carries per sample.
 /// The weight comes first in memory, then red, green, blue (16 bytes,
 /// trivially copyable); one thread at a time.
@@ -48,9 +50,13 @@ public:
     bool operator<=(const TrenderSpectrum&) const = delete;
     bool operator>=(const TrenderSpectrum&) const = delete;
 
-    bool equivalent(const TrenderSpectrum& other) const noexcept;
+    bool equivalent(const TrenderSpectrum& o) const noexcept {
+        return spectrum().equivalent(o.spectrum()) && blendFactor().equivalent(o.blendFactor());
+    }
     /// The quirky form on all four values: see Tspectrum::equivalent.
-    bool equivalent(const TrenderSpectrum& other, float tolerance) const noexcept;
+    bool equivalent(const TrenderSpectrum& o, float tolerance) const noexcept {
+        return spectrum().equivalent(o.spectrum(), tolerance) && blendFactor().equivalent(o.blendFactor(), tolerance);
+    }
 
     TrenderSpectrum& clipToMaxSampleValue() noexcept {
         Tspectrum::clipToMaxSampleValue();
@@ -64,3 +70,6 @@ public:
     }
     TrenderSpectrum& clipSampleValues() noexcept { return clipToMaxSampleValue().clipToMinSampleValue(); }
 };
+
+static_assert(std::is_trivially_copyable_v<TrenderSpectrum> && sizeof(TrenderSpectrum) == 4 * sizeof(float),
+              "file letters and arrays hold render spectra as bytes");

@@ -1,4 +1,4 @@
-#include "grundel/data/TdataSpectrum.h"
+#include "grundel/data/TdataSamples3.h"
 
 #include "grundel/core/TargList.h"
 #include "grundel/core/TdebugOutput.h"
