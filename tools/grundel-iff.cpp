@@ -14,6 +14,7 @@
 // Exit status: 0 when all went well, 1 for a problem with the file, 2 for a
 // wrong command line.
 #include "IffDataCommands.h"
+#include "IffText.h"
 
 #include <grundel/grundel.h>
 
@@ -73,14 +74,7 @@ bool wantsHelp(int argc, char** argv) {
     return false;
 }
 
-std::string idText(TuInt32 id) {
-    std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const unsigned char c = static_cast<unsigned char>(id >> shift);
-        text += c >= 32 && c < 127 ? static_cast<char>(c) : '?';
-    }
-    return text;
-}
+using iffText::idText;
 
 // "-" is standard input or output.
 const char* libraryName(const char* name, bool writing) {

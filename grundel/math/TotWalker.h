@@ -51,19 +51,7 @@ struct TotRay {
     bool clip(const Corner& lo, const Corner& hi, double tMax, double& t0, double& t1) const noexcept {
         t0 = 0;
         t1 = tMax;
-        for (int k = 0; k < 3; ++k) {
-            if (!moves[k]) {
-                if (!(o[k] >= lo[k] && o[k] <= hi[k]))
-                    return false;
-                continue;
-            }
-            double ta = (lo[k] - o[k]) * inv[k], tb = (hi[k] - o[k]) * inv[k];
-            if (ta > tb)
-                std::swap(ta, tb);
-            t0 = std::max(t0, ta);
-            t1 = std::min(t1, tb);
-        }
-        return t0 <= t1;
+        return narrow(lo, hi, t0, t1);
     }
 
     /// Narrows [t0, t1] to where the ray is inside the closed box lo..hi;
