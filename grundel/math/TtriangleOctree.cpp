@@ -62,12 +62,9 @@ bool triangleTouchesBox(const V3& a, const V3& b, const V3& c, const V3& centre,
 bool finite(const T3dFltPoint& p) noexcept { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
 
-// A node's scale: the least power of two at or above reach (the box's steps
-// are then exact fractions of it), and its box: the steps just outside
-// lo - tol and hi + tol. An empty box (lo > hi) is the whole cube: nothing
-// lies below such a node.
-void setScaleAndBox(TtriangleOctree::QueryLayout::Node& node, double reach, const double* lo, const double* hi,
-                    double tol) {
+// A node's scale: the least power of two at or above reach, which bounds the
+// distance of the triangles below from its centre.
+void setScale(TtriangleOctree::QueryLayout::Node& node, double reach) {
     using Layout = TtriangleOctree::QueryLayout;
     int e = -126;
     if (reach > std::ldexp(1.0, -126)) {
@@ -75,30 +72,15 @@ void setScaleAndBox(TtriangleOctree::QueryLayout::Node& node, double reach, cons
         if (reach == std::ldexp(0.5, e))
             --e; // exactly a power of two
     }
-    if (!(reach <= std::ldexp(1.0, 126))) {
-        node.scale = Layout::kNoScale;
-        return;
-    }
-    node.scale = static_cast<std::int8_t>(e);
-    const double r = Layout::reach(node);
-    for (unsigned int k = 0; k < 3; ++k) {
-        unsigned int l = 0, h = 255;
-        if (lo[k] <= hi[k]) {
-            const double low = lo[k] - tol, high = hi[k] + tol;
-            while (l < 255 && Layout::side(node, r, k, l + 1) <= low)
-                ++l;
-            while (h > l && Layout::side(node, r, k, h - 1) >= high)
-                --h;
-            // The cube holds the box (r bounds the corners); should rounding
-            // say otherwise, the node keeps no box.
-            if (!(Layout::side(node, r, k, l) <= low && Layout::side(node, r, k, h) >= high)) {
-                node.scale = Layout::kNoScale;
-                return;
-            }
-        }
-        node.box[k][0] = static_cast<std::uint8_t>(l);
-        node.box[k][1] = static_cast<std::uint8_t>(h);
-    }
+    node.scale = reach <= std::ldexp(1.0, 126) ? static_cast<std::int8_t>(e) : Layout::kNoScale;
+}
+
+// x rounded to float towards -infinity (down) or +infinity.
+float roundOut(double x, bool down) noexcept {
+    const float f = static_cast<float>(x);
+    if (down ? double(f) > x : double(f) < x)
+        return std::nextafter(f, down ? -HUGE_VALF : HUGE_VALF);
+    return f;
 }
 
 } // namespace
@@ -223,6 +205,8 @@ const TtriangleOctree::QueryLayout& TtriangleOctree::queryLayout() const {
 void TtriangleOctree::buildQueryLayout() const {
     QueryLayout& out = fLayout;
     out.nodes.clear();
+    out.boxes.clear();
+    out.extent = 0;
     out.entries.clear();
     out.triangles.clear();
     out.index.clear();
@@ -302,6 +286,8 @@ void TtriangleOctree::buildQueryLayout() const {
                 out.nodes.push_back(QueryLayout::Node{});
                 bounds.push_back(Bounds{});
             }
+        flat.boxes = static_cast<std::uint32_t>(out.boxes.size());
+        out.boxes.resize(out.boxes.size() + (out.nodes.size() - flat.firstChild + 3) / 4);
         out.nodes[p.slot] = flat;
         bounds[p.slot] = b;
         std::uint32_t slot = static_cast<std::uint32_t>(out.nodes.size());
@@ -311,25 +297,41 @@ void TtriangleOctree::buildQueryLayout() const {
     }
 
     // Children come after their parent: from the last node back, each node
-    // takes in its children's bounds, then gets its scale and box, rounded
-    // outwards (checked with the very arithmetic the walker uses).
+    // takes in its children's bounds and writes their boxes.
     const double tol = tolerance();
+    for (int k = 0; k < 3; ++k)
+        out.extent = std::max(out.extent, std::max(std::fabs(double(out.min[k])), std::fabs(double(out.max[k]))));
     for (std::size_t i = out.nodes.size(); i-- > 0;) {
         QueryLayout::Node& flat = out.nodes[i];
         Bounds& b = bounds[i];
+        unsigned int lane = 0;
         for (unsigned int octant = 0, child = flat.firstChild; octant < 8; ++octant) {
             if (!(flat.children & (1u << octant)))
                 continue;
             const Bounds& c = bounds[child];
+            QueryLayout::ChildBoxes& box = out.boxes[flat.boxes + lane / 4];
             double offset = 0;
             for (int k = 0; k < 3; ++k) {
                 b.lo[k] = std::min(b.lo[k], c.lo[k]);
                 b.hi[k] = std::max(b.hi[k], c.hi[k]);
                 offset = std::max(offset, std::fabs(double(out.nodes[child].center[k]) - double(flat.center[k])));
+                box.lo[k][lane % 4] = roundOut(c.lo[k] - tol, true);
+                box.hi[k][lane % 4] = roundOut(c.hi[k] + tol, false);
+                for (const float f : {box.lo[k][lane % 4], box.hi[k][lane % 4]})
+                    if (std::isfinite(f))
+                        out.extent = std::max(out.extent, std::fabs(double(f)));
             }
+            box.boxes[lane % 4] = out.nodes[child].boxes;
             b.reach = std::max(b.reach, c.reach + offset);
             ++child;
+            ++lane;
         }
-        setScaleAndBox(flat, b.reach + tol, b.lo, b.hi, tol);
+        for (; lane % 4 != 0; ++lane)
+            for (int k = 0; k < 3; ++k) {
+                out.boxes[flat.boxes + lane / 4].lo[k][lane % 4] = HUGE_VALF;
+                out.boxes[flat.boxes + lane / 4].hi[k][lane % 4] = -HUGE_VALF;
+                out.boxes[flat.boxes + lane / 4].boxes[lane % 4] = 0;
+            }
+        setScale(flat, b.reach + tol);
     }
 }

@@ -151,26 +151,34 @@ public:
     bool touches(const ToctreeTriangle& triangle, const T3dFltPoint& lo, const T3dFltPoint& hi) const noexcept;
 
     /// A compact copy of the tree for ray queries. The nodes sit in one
-    /// array, depth first, each node's children next to each other. Each
-    /// filed triangle is copied once, in the order the nodes first name it,
-    /// so that a cell's triangles mostly lie side by side; a node's entries
-    /// are positions in that copy. About 4 bytes per filed copy, 40 per
-    /// triangle and 32 per node.
+    /// array, depth first, each node's children next to each other, and
+    /// each node holds the boxes of its children, so that a walk tests all
+    /// of them at once and reads only the children it enters. Each filed
+    /// triangle is copied once, in the order the nodes first name it, so
+    /// that a cell's triangles mostly lie side by side; a node's entries are
+    /// positions in that copy. About 4 bytes per filed copy, 40 per
+    /// triangle and 32 per node, and 112 per four children.
     struct QueryLayout {
         struct alignas(32) Node { // never across two cache lines
             float center[3];
             std::uint32_t firstChild; // index of the lowest existing child
             std::uint32_t first;      // this node's first place in entries
             std::uint32_t count;      // and its number of triangles
+            std::uint32_t boxes;      // the first of its children's boxes
             std::uint8_t children;    // bit i: octant i exists
             /// No corner of a triangle below is farther from center than
             /// 2^scale on any axis (see reach); kNoScale: too far for float.
             std::int8_t scale;
-            /// The box in which the triangles below meet this cell, grown by
-            /// the tolerance, in steps of 255 across center - reach to
-            /// center + reach (see side): per axis a low and a high step. A
-            /// ray that misses it in the cell misses them there.
-            std::uint8_t box[3][2];
+        };
+        /// The boxes of four children of a node: lane i belongs to the
+        /// node's i-th existing child (in octant order, so the child is
+        /// firstChild + i). A box holds the child's triangles where they
+        /// meet its cell, grown by the tolerance and rounded outwards to
+        /// float (infinite where float cannot hold it); an unused lane is
+        /// empty (lo > hi). A ray that misses a box misses all below it.
+        struct alignas(16) ChildBoxes {
+            float lo[3][4], hi[3][4];
+            std::uint32_t boxes[4]; // each child's own Node::boxes
         };
         static constexpr std::int8_t kNoScale = 127;
         /// 2^scale, or infinity for kNoScale.
@@ -182,17 +190,14 @@ public:
             std::memcpy(&r, &bits, sizeof r);
             return r;
         }
-        /// The coordinate of step q (0 to 255) on an axis of a node's box whose
-        /// reach is r (finite): a power of two, so only the sums round.
-        static double side(const Node& node, double r, unsigned int axis, unsigned int q) noexcept {
-            return double(node.center[axis]) - r + q * (r * (1 / 127.5));
-        }
         std::vector<Node> nodes;                        // nodes[0] is the root
+        std::vector<ChildBoxes> boxes;                  // node by node
         std::vector<std::uint32_t> entries;             // positions in triangles, node by node
         std::vector<grundel::detail::RayTriangle> triangles;
         std::vector<std::uint32_t> index;               // triangles[k] is entry(index[k])
         unsigned int depth = 0;                         // of the deepest node; the root is 0
         float min[3], max[3];                           // the root box
+        double extent = 0; // the largest finite |coordinate| of a box or the root
     };
     /// The layout of the tree as it is now. Built on the first call after a
     /// change (time and memory linear in the nodes, triangles and filed

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include <emmintrin.h>
@@ -101,130 +102,130 @@ inline unsigned int mayHit(const Prefilter& f, const RayTriangle* const* t) noex
     return static_cast<unsigned int>(_mm_movemask_ps(_mm_or_ps(ok, unsure)));
 }
 
-// The ray as narrowToBox reads it: x and y side by side.
-struct Slab {
-    __m128d oXY, invXY;
-    double oZ, invZ;
+// kCount[children]: the number of children (no popcnt instruction in the
+// baseline instruction set).
+struct CountTable {
+    std::uint8_t count[256];
+    constexpr CountTable() : count{} {
+        for (unsigned int c = 0; c < 256; ++c)
+            for (unsigned int k = 0; k < 8; ++k)
+                count[c] = static_cast<std::uint8_t>(count[c] + ((c >> k) & 1));
+    }
+    unsigned int operator[](unsigned int c) const noexcept { return count[c]; }
+};
+constexpr CountTable kCount;
+
+// The ray as the box tests read it: single precision, with every box grown
+// by a margin that covers the rounding.
+//
+// Why the margin holds. The direction is scaled by a power of two so that
+// its largest component has magnitude in [1, 2) (test times are true times
+// over that scale); components below 2^-80 of it count as zero. A plane p's
+// crossing is computed as fl(fl(p -+ o') * fl(1 / d)), where o' is the origin
+// rounded to float and moved by the margin m outwards; each rounding is
+// relative (u = 2^-24), so the point the ray reaches at the computed time is
+// off from p -+ m by at most about 5u (|o| + X + m), X bounding every finite
+// plane and the root box. Points of the root box lie within t <= |o| + X of
+// the origin, over which a component treated as zero moves less than
+// 2^-78 (|o| + X). The margin m = 2^-19 (|o| + X) covers both many times, so
+// the computed range holds the true one wherever the ray is in the root box.
+// Overflow goes to infinity on the safe side. Rays with |o| + X outside
+// [2^-100, 2^100] enter every child instead.
+struct BoxRay {
+    __m128 oNear[3], oFar[3], inv[3];
+    unsigned int nearHi[3]; // 1: the near side on that axis is hi
+    double scale;           // true time = test time * scale
+    bool cull;
 };
 
-// Narrows [t0, t1] to where a ray that crosses every set of planes is inside
-// the node's box: Layout::side's arithmetic, two axes at a time.
-inline bool narrowToBox(const Layout::Node& node, double r, const Slab& ray, double& t0, double& t1) noexcept {
-    const double step = r * (1 / 127.5);
-    const __m128d base = _mm_sub_pd(_mm_set_pd(node.center[1], node.center[0]), _mm_set1_pd(r));
-    const __m128d qLo = _mm_cvtepi32_pd(_mm_set_epi32(0, 0, node.box[1][0], node.box[0][0]));
-    const __m128d qHi = _mm_cvtepi32_pd(_mm_set_epi32(0, 0, node.box[1][1], node.box[0][1]));
-    const __m128d s = _mm_set1_pd(step);
-    const __m128d ta = _mm_mul_pd(_mm_sub_pd(_mm_add_pd(base, _mm_mul_pd(qLo, s)), ray.oXY), ray.invXY);
-    const __m128d tb = _mm_mul_pd(_mm_sub_pd(_mm_add_pd(base, _mm_mul_pd(qHi, s)), ray.oXY), ray.invXY);
-    const __m128d nearXY = _mm_min_pd(ta, tb), farXY = _mm_max_pd(ta, tb);
-    const double zBase = double(node.center[2]) - r;
-    const double za = (zBase + node.box[2][0] * step - ray.oZ) * ray.invZ;
-    const double zb = (zBase + node.box[2][1] * step - ray.oZ) * ray.invZ;
-    const double nearX = _mm_cvtsd_f64(nearXY), nearY = _mm_cvtsd_f64(_mm_unpackhi_pd(nearXY, nearXY));
-    const double farX = _mm_cvtsd_f64(farXY), farY = _mm_cvtsd_f64(_mm_unpackhi_pd(farXY, farXY));
-    t0 = std::max(std::max(t0, std::min(za, zb)), std::max(nearX, nearY));
-    t1 = std::min(std::min(t1, std::max(za, zb)), std::min(farX, farY));
-    return t0 <= t1;
+constexpr double kBoxMargin = 0x1p-19, kBoxMin = 0x1p-100, kBoxMax = 0x1p100, kStill = 0x1p-80;
+
+// Sets up ray for boxes within extent of the origin of coordinates.
+inline void setUp(BoxRay& ray, const double* o, const double* d, double extent) noexcept {
+    double dMax = 0, oMax = 0;
+    for (int k = 0; k < 3; ++k) {
+        dMax = std::max(dMax, std::fabs(d[k]));
+        oMax = std::max(oMax, std::fabs(o[k]));
+    }
+    // The power of two at or below dMax: dMax with its fraction cleared.
+    if (dMax >= std::numeric_limits<double>::min()) {
+        std::uint64_t bits;
+        std::memcpy(&bits, &dMax, sizeof bits);
+        bits &= 0x7ff0000000000000u;
+        std::memcpy(&ray.scale, &bits, sizeof bits);
+    } else {
+        int e;
+        (void)std::frexp(dMax, &e);
+        ray.scale = std::ldexp(1.0, e - 1);
+    }
+    const double reach = oMax + extent;
+    ray.cull = reach >= kBoxMin && reach <= kBoxMax;
+    const float m = static_cast<float>(kBoxMargin * reach);
+    for (int k = 0; k < 3; ++k) {
+        const double dk = d[k] / ray.scale; // exact: a power of two
+        const bool still = std::fabs(dk) < kStill;
+        const float inv = still ? std::numeric_limits<float>::max() : static_cast<float>(1 / dk);
+        ray.nearHi[k] = inv < 0;
+        const float of = static_cast<float>(o[k]);
+        ray.oNear[k] = _mm_set1_ps(inv < 0 ? of - m : of + m);
+        ray.oFar[k] = _mm_set1_ps(inv < 0 ? of + m : of - m);
+        ray.inv[k] = _mm_set1_ps(inv);
+    }
 }
 
-// kRank[children][i]: how many of the children below octant i exist (the
-// offset of child i from the node's first child). No popcnt instruction in
-// the baseline instruction set, and a table beats the bit arithmetic.
-struct RankTable {
-    std::uint8_t rank[256][8];
-    constexpr RankTable() : rank{} {
-        for (unsigned int c = 0; c < 256; ++c)
-            for (unsigned int i = 0; i < 8; ++i) {
-                unsigned int n = 0;
-                for (unsigned int k = 0; k < i; ++k)
-                    n += (c >> k) & 1;
-                rank[c][i] = static_cast<std::uint8_t>(n);
-            }
+// Lane i set where the ray meets box i at test times in [0, tMax]; enter[i]
+// is then where it meets it (at or before the true time).
+inline unsigned int meetBoxes(const BoxRay& ray, const Layout::ChildBoxes& box, __m128 tMax, float* enter) noexcept {
+    const float* lo = &box.lo[0][0];
+    const float* hi = &box.hi[0][0];
+    __m128 tNear = _mm_setzero_ps(), tFar = tMax;
+    for (int k = 0; k < 3; ++k) {
+        const __m128 nearSide = _mm_load_ps((ray.nearHi[k] ? hi : lo) + 4 * k);
+        const __m128 farSide = _mm_load_ps((ray.nearHi[k] ? lo : hi) + 4 * k);
+        tNear = _mm_max_ps(tNear, _mm_mul_ps(_mm_sub_ps(nearSide, ray.oNear[k]), ray.inv[k]));
+        tFar = _mm_min_ps(tFar, _mm_mul_ps(_mm_sub_ps(farSide, ray.oFar[k]), ray.inv[k]));
     }
-};
-constexpr RankTable kRank;
+    _mm_storeu_ps(enter, tNear);
+    return static_cast<unsigned int>(_mm_movemask_ps(_mm_cmple_ps(tNear, tFar)));
+}
 
-// Sorts the pairs (s[k], bit[k]) by s.
-inline void sortCrossings(double* s, unsigned int* bit) noexcept {
-    const auto exchange = [&](int x, int y) {
-        const bool swap = s[y] < s[x];
-        const double lo = swap ? s[y] : s[x], hi = swap ? s[x] : s[y];
-        const unsigned int bl = swap ? bit[y] : bit[x], bh = swap ? bit[x] : bit[y];
-        s[x] = lo;
-        s[y] = hi;
-        bit[x] = bl;
-        bit[y] = bh;
-    };
-    exchange(0, 1);
-    exchange(1, 2);
-    exchange(0, 1);
+// A time limit as a test time in float, rounded up.
+inline float testLimit(double tMax, double scale) noexcept {
+    const double t = tMax / scale;
+    float f = static_cast<float>(t);
+    if (double(f) < t)
+        f = std::nextafter(f, HUGE_VALF);
+    return f;
 }
 
 } // namespace
 
 template <class Fn>
 void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const double* d, double tMax, Fn&& fn) {
-    grundel::detail::TotRay ray;
+    grundel::detail::TotRay check;
     double t0, t1;
-    if (!ray.set(o, d, tMax) || !ray.clip(layout.min, layout.max, tMax, t0, t1))
+    if (!check.set(o, d, tMax) || !check.clip(layout.min, layout.max, tMax, t0, t1))
         return;
-    // Most rays cross every set of planes: they take a path without the
-    // tests for a ray that runs along some.
-    if (ray.moves[0] && ray.moves[1] && ray.moves[2])
-        walkCells<true>(layout, ray, t0, t1, tMax, fn);
-    else
-        walkCells<false>(layout, ray, t0, t1, tMax, fn);
-}
-
-template <bool kEveryAxis, class Fn>
-void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detail::TotRay& ray, double start,
-                                      double stop, double tMax, Fn& fn) {
-    const double* o = ray.o;
-    const double* d = ray.d;
-    // Octant bit k of a child is flipped where the ray runs down axis k, so
-    // that the ray meets the children in a chain of growing bit sets.
-    unsigned int flip = 0;
-    for (int k = 0; k < 3; ++k)
-        flip |= static_cast<unsigned int>(ray.moves[k] && d[k] < 0) << k;
     const double dMax = std::max({std::fabs(d[0]), std::fabs(d[1]), std::fabs(d[2])});
     Prefilter filter;
-    const Slab slab{_mm_set_pd(o[1], o[0]), _mm_set_pd(ray.inv[1], ray.inv[0]), o[2], ray.inv[2]};
+    BoxRay ray;
+    setUp(ray, o, d, layout.extent);
+    float limit = testLimit(tMax, ray.scale);
 
-    // Each level leaves at most three siblings behind, and a visit pushes at
-    // most four: the stack never outgrows this.
-    const std::size_t bound = 3 * std::size_t{layout.depth} + 5;
+    // A visit pushes at most seven children, and the stack holds no more
+    // than seven per level above.
+    const std::size_t bound = 7 * std::size_t{layout.depth} + 8;
     if (fStack.size() < bound)
         fStack.resize(bound);
     Item* stack = fStack.data();
     const Layout::Node* nodes = layout.nodes.data();
+    const Layout::ChildBoxes* boxes = layout.boxes.data();
     const std::uint32_t* entries = layout.entries.data();
     const RayTriangle* triangles = layout.triangles.data();
     std::size_t top = 0;
-    stack[top++] = Item{0, start, stop};
-    while (top > 0) {
-        const Item item = stack[--top];
-        if (item.t0 > tMax)
-            continue;
-        const Layout::Node& node = nodes[item.node];
-        // The part of the cell's range where the ray is in the node's box;
-        // nothing below the node lies elsewhere in the cell.
-        double t0 = item.t0, t1 = std::min(item.t1, tMax);
-        if (node.scale != Layout::kNoScale) {
-            const double r = Layout::reach(node);
-            if constexpr (kEveryAxis) {
-                if (!narrowToBox(node, r, slab, t0, t1))
-                    continue;
-            } else {
-                double lo[3], hi[3];
-                for (unsigned int k = 0; k < 3; ++k) {
-                    lo[k] = Layout::side(node, r, k, node.box[k][0]);
-                    hi[k] = Layout::side(node, r, k, node.box[k][1]);
-                }
-                if (!ray.narrow(lo, hi, t0, t1))
-                    continue;
-            }
-        }
+    std::uint32_t at = 0, atBoxes = nodes[0].boxes; // the node being visited, and its children's boxes
+    for (;;) {
+        const Layout::Node& node = nodes[at];
         if (node.count) {
             const std::uint32_t* e = entries + node.first;
             const std::uint32_t n = node.count;
@@ -232,6 +233,7 @@ void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detai
                 __builtin_prefetch(triangles + e[k]);
             setUp(filter, node, o, d, dMax, tMax);
             // Four at a time; a short last group repeats its last triangle.
+            const double before = tMax;
             for (std::uint32_t k = 0; k < n; k += 4) {
                 const RayTriangle* group[4];
                 for (std::uint32_t l = 0; l < 4; ++l)
@@ -242,41 +244,53 @@ void TtriangleOctreeWalker::walkCells(const Layout& layout, const grundel::detai
                 for (; may; may &= may - 1)
                     fn(e[k + static_cast<std::uint32_t>(__builtin_ctz(may))], tMax);
             }
+            if (tMax != before)
+                limit = testLimit(tMax, ray.scale);
         }
-        if (!node.children || t0 > tMax)
+        // The children whose boxes the ray meets by the limit, sorted
+        // farthest first: the nearest is visited next, the others pushed.
+        Item hit[8];
+        unsigned int hits = 0;
+        if (node.children) {
+            const unsigned int n = kCount[node.children];
+            const Layout::ChildBoxes* box = boxes + atBoxes;
+            const __m128 tLimit = _mm_set1_ps(limit);
+            for (unsigned int lane = 0; lane < n; lane += 4, ++box) {
+                float enter[4] = {0, 0, 0, 0};
+                unsigned int meets = ray.cull ? meetBoxes(ray, *box, tLimit, enter) : 0xf;
+                if (n - lane < 4)
+                    meets &= (1u << (n - lane)) - 1;
+                for (; meets; meets &= meets - 1) {
+                    const unsigned int i = static_cast<unsigned int>(__builtin_ctz(meets));
+                    unsigned int j = hits++;
+                    for (; j > 0 && hit[j - 1].t < enter[i]; --j)
+                        hit[j] = hit[j - 1];
+                    hit[j] = Item{node.firstChild + lane + i, enter[i], box->boxes[i]};
+                }
+            }
+        }
+        if (hits > 0) {
+            // Each child's node and boxes are fetched side by side, not one
+            // after the other.
+            for (unsigned int j = 0; j < hits; ++j) {
+                __builtin_prefetch(nodes + hit[j].node);
+                __builtin_prefetch(boxes + hit[j].boxes);
+                stack[top++] = hit[j];
+            }
+            --top;
+            at = hit[hits - 1].node;
+            atBoxes = hit[hits - 1].boxes;
             continue;
-
-        // Where the ray crosses the three dividing planes, in order; the
-        // children it meets are the one at t0 and one more after each
-        // crossing inside the cell. A crossing at or before t0 (or a plane
-        // the ray runs along, on the side it lies) flips its bit from the
-        // start; one past the cell's end never comes.
-        double s[3];
-        unsigned int bit[3] = {1, 2, 4};
-        for (int k = 0; k < 3; ++k) {
-            const double c = node.center[k];
-            if constexpr (kEveryAxis)
-                s[k] = (c - o[k]) * ray.inv[k];
-            else
-                s[k] = ray.moves[k] ? (c - o[k]) * ray.inv[k] : o[k] >= c ? -HUGE_VAL : HUGE_VAL;
         }
-        sortCrossings(s, bit);
-        const double end = std::min(t1, tMax);
-        const unsigned int c = node.children;
-        const std::uint32_t first = node.firstChild;
-        const unsigned int chain[4] = {flip, (bit[0]) ^ flip, (bit[0] | bit[1]) ^ flip, 7 ^ flip};
-        const double enter[4] = {t0, std::max(t0, s[0]), std::max(t0, s[1]), std::max(t0, s[2])};
-        const double leave[4] = {std::min(end, s[0]), std::min(end, s[1]), std::min(end, s[2]), end};
-        // Pushed last first, without a branch: a slot is written always and
-        // kept when the child exists and the ray spends time in it. Only
-        // the kept children are prefetched (the others name this node).
-        for (int m = 3; m >= 0; --m) {
-            const unsigned int octant = chain[m];
-            const std::uint32_t child = first + kRank.rank[c][octant];
-            const unsigned int keep = ((c >> octant) & 1) & static_cast<unsigned int>(enter[m] <= leave[m]);
-            __builtin_prefetch(nodes + (keep ? child : item.node));
-            stack[top] = Item{child, enter[m], leave[m]};
-            top += keep;
+        for (;;) {
+            if (top == 0)
+                return;
+            const Item item = stack[--top];
+            if (item.t <= limit) {
+                at = item.node;
+                atBoxes = item.boxes;
+                break;
+            }
         }
     }
 }

@@ -20,18 +20,20 @@ struct ToctreeTriangleIntersection {
 ///
 /// Rays are origin + t * direction for t >= 0 up to a limit, back faces
 /// included; see ToctreeTriangle::intersect for the hit test. The cells are
-/// walked front to back (TotRayWalker): a first-hit search ends as soon as the
-/// next cell begins beyond the nearest hit so far. All hits report each
+/// walked nearest first: a first-hit search ends as soon as every cell left
+/// begins beyond the nearest hit so far. All hits report each
 /// triangle once however many cells hold it. Ties in t go to the lowest
 /// triangle index. Hits are looked for inside the root box: a hit on the
 /// part of a triangle outside it may or may not be reported.
 ///
-/// Each cell crossed is first narrowed to the box its triangles occupy in it
-/// (a ray missing that box skips the cell and all below); its triangles are
-/// then tested four at a time in single precision with proven error margins
-/// (see the walker's source), and those that may hit by the exact test.
+/// A visit meets the boxes of all of a node's children at once (the box
+/// each child's triangles occupy in its cell) and goes on into those the
+/// ray meets, nearest first; a ray that misses a box skips that cell and all
+/// below. A cell's triangles are tested four at a time in single precision,
+/// and those that may hit by the exact test. Both single-precision steps
+/// keep margins proven to cover their rounding (see the walker's source).
 /// Queries read the tree's QueryLayout (built by the first query after a
-/// change), walking it front to back as TotRayWalker walks the nodes.
+/// change).
 /// The walker keeps its stack and marks between queries: reuse one per
 /// thread. The tree must not change during a query.
 class GRUNDEL_API TtriangleOctreeWalker {
@@ -52,18 +54,14 @@ public:
 private:
     struct Item {
         std::uint32_t node;
-        double t0, t1;
+        float t; // where the ray enters its box, in the walk's own time
+        std::uint32_t boxes; // its children's boxes
     };
     // Calls fn(place, tMax) for the triangles (places in the layout's copy)
-    // of each cell crossed that may hit, front to back, while the cell
-    // begins at or before tMax (fn may lower it).
+    // of each cell the ray meets that may hit, nearest first, while the
+    // cell's box begins at or before tMax (fn may lower it).
     template <class Fn>
     void walk(const TtriangleOctree::QueryLayout& layout, const double* o, const double* d, double tMax, Fn&& fn);
-    // The walk from the root's range [start, stop] on; kEveryAxis: the ray
-    // runs along none of the dividing planes.
-    template <bool kEveryAxis, class Fn>
-    void walkCells(const TtriangleOctree::QueryLayout& layout, const grundel::detail::TotRay& ray, double start,
-                   double stop, double tMax, Fn& fn);
     // Starts a query: a fresh mark, with the marks sized to the table.
     unsigned int nextMark();
 

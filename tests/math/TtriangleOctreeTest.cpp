@@ -216,6 +216,36 @@ std::vector<ToctreeTriangle> mesh(unsigned int n, std::mt19937& rng) {
     return tris;
 }
 
+// Checks one ray's first hit and all hits against testing every triangle;
+// true when it hits something.
+bool matchesBruteForce(TtriangleOctreeWalker& walker, const std::vector<ToctreeTriangle>& tris,
+                       const T3dDblPoint& o, const T4dDblVector& dir, double tMax) {
+    std::vector<ToctreeTriangleIntersection> expected, hits;
+    for (unsigned int k = 0; k < tris.size(); ++k) {
+        ToctreeTriangleIntersection h;
+        h.triangle = k;
+        if (tris[k].intersect(o, dir, tMax, h.t, h.u, h.v))
+            expected.push_back(h);
+    }
+    std::sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) {
+        return a.t < b.t || (a.t == b.t && a.triangle < b.triangle);
+    });
+    ToctreeTriangleIntersection first;
+    const bool found = walker.firstHit(o, dir, first, tMax);
+    EXPECT_EQ(found, !expected.empty());
+    if (found && !expected.empty()) {
+        EXPECT_EQ(first.triangle, expected[0].triangle);
+        EXPECT_EQ(first.t, expected[0].t);
+        EXPECT_EQ(first.u, expected[0].u);
+    }
+    EXPECT_EQ(walker.allHits(o, dir, hits, tMax), expected.size());
+    for (std::size_t k = 0; k < std::min(hits.size(), expected.size()); ++k) {
+        EXPECT_EQ(hits[k].triangle, expected[k].triangle);
+        EXPECT_EQ(hits[k].t, expected[k].t);
+    }
+    return found;
+}
+
 TEST(TtriangleOctreeWalker, RayHitsMatchBruteForce) {
     std::mt19937 rng(5);
     const std::vector<ToctreeTriangle> tris = mesh(3000, rng);
@@ -225,7 +255,6 @@ TEST(TtriangleOctreeWalker, RayHitsMatchBruteForce) {
     ASSERT_EQ(tree.triangleCount(), 3000u);
     TtriangleOctreeWalker walker(tree);
     std::uniform_real_distribution<double> u(-0.5, 1.5), d(-1, 1);
-    std::vector<ToctreeTriangleIntersection> hits;
     int hitCount = 0;
     for (int r = 0; r < 600; ++r) {
         T3dDblPoint o(u(rng), u(rng), u(rng));
@@ -248,37 +277,104 @@ TEST(TtriangleOctreeWalker, RayHitsMatchBruteForce) {
                                w * p.z + (1 - w) * t.c.z - o.z);
         }
         const double tMax = r % 4 == 0 ? 0.3 : std::numeric_limits<double>::infinity();
-
-        std::vector<ToctreeTriangleIntersection> expected;
-        for (unsigned int k = 0; k < tris.size(); ++k) {
-            ToctreeTriangleIntersection h;
-            h.triangle = k;
-            if (tris[k].intersect(o, dir, tMax, h.t, h.u, h.v))
-                expected.push_back(h);
-        }
-        std::sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) {
-            return a.t < b.t || (a.t == b.t && a.triangle < b.triangle);
-        });
-
-        ToctreeTriangleIntersection first;
-        const bool found = walker.firstHit(o, dir, first, tMax);
-        ASSERT_EQ(found, !expected.empty()) << "ray " << r;
-        if (found) {
-            ++hitCount;
-            EXPECT_EQ(first.triangle, expected[0].triangle) << "ray " << r;
-            EXPECT_EQ(first.t, expected[0].t);
-            EXPECT_EQ(first.u, expected[0].u);
-        }
-        ASSERT_EQ(walker.allHits(o, dir, hits, tMax), expected.size()) << "ray " << r;
-        for (std::size_t k = 0; k < hits.size(); ++k) {
-            EXPECT_EQ(hits[k].triangle, expected[k].triangle);
-            EXPECT_EQ(hits[k].t, expected[k].t);
-        }
+        SCOPED_TRACE(r);
+        hitCount += matchesBruteForce(walker, tris, o, dir, tMax);
     }
     EXPECT_GT(hitCount, 80); // the comparison is not vacuous
     // Rays with no direction or a NaN origin hit nothing.
-    EXPECT_FALSE(walker.firstHit(T3dDblPoint(0.5, 0.5, 0.5), T4dDblVector(0, 0, 0), hits.emplace_back()));
-    EXPECT_FALSE(walker.firstHit(T3dDblPoint(std::nan(""), 0.5, 0.5), T4dDblVector(0, 0, 1), hits.back()));
+    ToctreeTriangleIntersection hit;
+    EXPECT_FALSE(walker.firstHit(T3dDblPoint(0.5, 0.5, 0.5), T4dDblVector(0, 0, 0), hit));
+    EXPECT_FALSE(walker.firstHit(T3dDblPoint(std::nan(""), 0.5, 0.5), T4dDblVector(0, 0, 1), hit));
+}
+
+TEST(TtriangleOctreeWalker, RayHitsMatchBruteForceAtEveryScale) {
+    // The cells' boxes are met in single precision with margins scaled to
+    // the ray and the tree: moved far from the origin, shrunk, grown past
+    // what those margins cover, with directions of any length and with a
+    // component too small to count, no hit may be lost.
+    struct Scale {
+        double size, offset, length;
+    };
+    for (const Scale sc : {Scale{1, 0, 1e-200}, Scale{1, 0, 1e200}, Scale{1, 1e5, 1}, Scale{1e-25, 0, 1},
+                           Scale{1e-36, 0, 1}, Scale{1e33, 0, 1}, Scale{1e33, 1e34, 1e-9}}) {
+        SCOPED_TRACE(sc.size);
+        std::mt19937 rng(9);
+        const std::vector<ToctreeTriangle> unit = mesh(600, rng);
+        const auto place = [&](double x) { return static_cast<float>(x * sc.size + sc.offset); };
+        std::vector<ToctreeTriangle> tris;
+        for (const ToctreeTriangle& t : unit)
+            tris.push_back(ToctreeTriangle{T3dFltPoint(place(t.a.x), place(t.a.y), place(t.a.z)),
+                                           T3dFltPoint(place(t.b.x), place(t.b.y), place(t.b.z)),
+                                           T3dFltPoint(place(t.c.x), place(t.c.y), place(t.c.z)), t.i, 0});
+        TtriangleOctree tree(600, T3dFltPoint(place(-0.1), place(-0.1), place(-0.1)),
+                             T3dFltPoint(place(1.1), place(1.1), place(1.1)), 4, 0, 0, 0);
+        for (const ToctreeTriangle& t : tris)
+            ASSERT_TRUE(tree.addEntry(t.a, t.b, t.c, t.i, t.j));
+        TtriangleOctreeWalker walker(tree);
+        std::uniform_real_distribution<double> u(-0.5, 1.5), d(-1, 1);
+        int hitCount = 0;
+        for (int r = 0; r < 150; ++r) {
+            // Through a triangle's corner (a corner of some cell's box too)
+            // or its centre, from an origin float cannot hold; some rays
+            // nearly parallel to a set of planes.
+            const ToctreeTriangle& t = tris[static_cast<std::size_t>(r) * 13 % tris.size()];
+            const double w = r % 2 ? 1.0 : 1.0 / 3;
+            const double p[3] = {w * t.a.x + (1 - w) * 0.5 * (double(t.b.x) + t.c.x),
+                                 w * t.a.y + (1 - w) * 0.5 * (double(t.b.y) + t.c.y),
+                                 w * t.a.z + (1 - w) * 0.5 * (double(t.b.z) + t.c.z)};
+            double v[3] = {d(rng), d(rng), d(rng)};
+            if (r % 5 == 0)
+                v[r % 3] *= 1e-30; // too small to count
+            if (r % 5 == 1)
+                v[r % 3] *= 1e-3;
+            const double lambda = 0.5 + u(rng) * 0.5;
+            const T3dDblPoint o(p[0] - lambda * v[0] * sc.size, p[1] - lambda * v[1] * sc.size,
+                                p[2] - lambda * v[2] * sc.size);
+            const T4dDblVector dir(v[0] * sc.length, v[1] * sc.length, v[2] * sc.length);
+            SCOPED_TRACE(r);
+            hitCount += matchesBruteForce(walker, tris, o, dir, std::numeric_limits<double>::infinity());
+        }
+        EXPECT_GT(hitCount, 60);
+    }
+}
+
+TEST(TtriangleOctreeWalker, RaysThatOnlyTouchACellsBoxAtAHit) {
+    // A triangle's corner is the far corner of its cell's box; rays through
+    // it that touch the box at that point alone, from origins float cannot
+    // hold, near the origin of coordinates and far from it. Rounding must
+    // never drop the box when the exact test reports the hit.
+    for (const double offset : {0.0, 1e3, 1e5}) {
+        SCOPED_TRACE(offset);
+        const auto at = [&](double x, double y, double z) {
+            return T3dFltPoint(static_cast<float>(x + offset), static_cast<float>(y + offset),
+                               static_cast<float>(z + offset));
+        };
+        // Three triangles, two of them in the far octant: the root splits.
+        const std::vector<ToctreeTriangle> tris{
+            {at(0.2, 0.2, 0.2), at(0.1, 0.15, 0.12), at(0.15, 0.1, 0.1), 0, 0},
+            {at(0.8, 0.8, 0.8), at(0.9, 0.8, 0.8), at(0.8, 0.9, 0.8), 1, 0},
+            {at(0.7, 0.8, 0.8), at(0.9, 0.7, 0.8), at(0.8, 0.9, 0.7), 2, 0}};
+        const ToctreeTriangle& low = tris[0];
+        TtriangleOctree tree(3, at(0, 0, 0), at(1, 1, 1), 1, 0, 0, 0);
+        for (const ToctreeTriangle& t : tris)
+            ASSERT_TRUE(tree.addEntry(t.a, t.b, t.c, t.i, t.j));
+        ASSERT_NE(tree.queryLayout().nodes[0].children, 0);
+        TtriangleOctreeWalker walker(tree);
+        std::mt19937 rng(12);
+        std::uniform_real_distribution<double> u(0.05, 0.2);
+        int hits = 0;
+        for (int r = 0; r < 400; ++r) {
+            // Inside the box's slab on x before the corner and outside it on
+            // y; past the corner the other way round. Some barely move on z.
+            const double v[3] = {u(rng), -u(rng), (r % 2 ? 1 : -1) * u(rng) * (r % 4 == 2 ? 1e-3 : 1)};
+            const double lambda = 1 + u(rng);
+            const T3dDblPoint o(low.a.x - lambda * v[0], low.a.y - lambda * v[1], low.a.z - lambda * v[2]);
+            SCOPED_TRACE(r);
+            hits += matchesBruteForce(walker, tris, o, T4dDblVector(v[0], v[1], v[2]),
+                                      std::numeric_limits<double>::infinity());
+        }
+        EXPECT_GT(hits, 5);
+    }
 }
 
 } // namespace
