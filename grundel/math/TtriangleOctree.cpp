@@ -322,6 +322,7 @@ void TtriangleOctree::buildQueryLayout() const {
                         out.extent = std::max(out.extent, std::fabs(double(f)));
             }
             box.boxes[lane % 4] = out.nodes[child].boxes;
+            box.entries[lane % 4] = out.nodes[child].count ? out.nodes[child].first : QueryLayout::kNoEntries;
             b.reach = std::max(b.reach, c.reach + offset);
             ++child;
             ++lane;
@@ -331,6 +332,7 @@ void TtriangleOctree::buildQueryLayout() const {
                 out.boxes[flat.boxes + lane / 4].lo[k][lane % 4] = HUGE_VALF;
                 out.boxes[flat.boxes + lane / 4].hi[k][lane % 4] = -HUGE_VALF;
                 out.boxes[flat.boxes + lane / 4].boxes[lane % 4] = 0;
+                out.boxes[flat.boxes + lane / 4].entries[lane % 4] = QueryLayout::kNoEntries;
             }
         setScale(flat, b.reach + tol);
     }

@@ -157,7 +157,7 @@ public:
     /// triangle is copied once, in the order the nodes first name it, so
     /// that a cell's triangles mostly lie side by side; a node's entries are
     /// positions in that copy. About 4 bytes per filed copy, 40 per
-    /// triangle and 32 per node, and 112 per four children.
+    /// triangle and 32 per node, and 128 per four children.
     struct QueryLayout {
         struct alignas(32) Node { // never across two cache lines
             float center[3];
@@ -176,10 +176,12 @@ public:
         /// meet its cell, grown by the tolerance and rounded outwards to
         /// float (infinite where float cannot hold it); an unused lane is
         /// empty (lo > hi). A ray that misses a box misses all below it.
-        struct alignas(16) ChildBoxes {
+        struct alignas(64) ChildBoxes { // two cache lines
             float lo[3][4], hi[3][4];
-            std::uint32_t boxes[4]; // each child's own Node::boxes
+            std::uint32_t boxes[4];   // each child's own Node::boxes
+            std::uint32_t entries[4]; // and Node::first when it has triangles, else kNoEntries
         };
+        static constexpr std::uint32_t kNoEntries = 0xffffffffu;
         static constexpr std::int8_t kNoScale = 127;
         /// 2^scale, or infinity for kNoScale.
         static double reach(const Node& node) noexcept {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -133,8 +134,8 @@ constexpr CountTable kCount;
 // [2^-100, 2^100] enter every child instead.
 struct BoxRay {
     __m128 oNear[3], oFar[3], inv[3];
-    unsigned int nearHi[3]; // 1: the near side on that axis is hi
-    double scale;           // true time = test time * scale
+    unsigned int nearSide[3], farSide[3]; // where in a ChildBoxes each axis's sides lie, in floats
+    double scale;                         // true time = test time * scale
     bool cull;
 };
 
@@ -165,7 +166,9 @@ inline void setUp(BoxRay& ray, const double* o, const double* d, double extent) 
         const double dk = d[k] / ray.scale; // exact: a power of two
         const bool still = std::fabs(dk) < kStill;
         const float inv = still ? std::numeric_limits<float>::max() : static_cast<float>(1 / dk);
-        ray.nearHi[k] = inv < 0;
+        const unsigned int lo = 4 * k, hi = 12 + 4 * k; // ChildBoxes::lo[k], ChildBoxes::hi[k]
+        ray.nearSide[k] = inv < 0 ? hi : lo;
+        ray.farSide[k] = inv < 0 ? lo : hi;
         const float of = static_cast<float>(o[k]);
         ray.oNear[k] = _mm_set1_ps(inv < 0 ? of - m : of + m);
         ray.oFar[k] = _mm_set1_ps(inv < 0 ? of + m : of - m);
@@ -173,15 +176,17 @@ inline void setUp(BoxRay& ray, const double* o, const double* d, double extent) 
     }
 }
 
-// Lane i set where the ray meets box i at test times in [0, tMax]; enter[i]
-// is then where it meets it (at or before the true time).
+static_assert(offsetof(TtriangleOctree::QueryLayout::ChildBoxes, hi) == 12 * sizeof(float), "sides side by side");
+
+// Lane i set where the ray meets box i at test times in [0, tMax] (never for
+// an unused lane); enter[i] is then where it meets it (at or before the true
+// time).
 inline unsigned int meetBoxes(const BoxRay& ray, const Layout::ChildBoxes& box, __m128 tMax, float* enter) noexcept {
-    const float* lo = &box.lo[0][0];
-    const float* hi = &box.hi[0][0];
+    const float* sides = &box.lo[0][0];
     __m128 tNear = _mm_setzero_ps(), tFar = tMax;
     for (int k = 0; k < 3; ++k) {
-        const __m128 nearSide = _mm_load_ps((ray.nearHi[k] ? hi : lo) + 4 * k);
-        const __m128 farSide = _mm_load_ps((ray.nearHi[k] ? lo : hi) + 4 * k);
+        const __m128 nearSide = _mm_load_ps(sides + ray.nearSide[k]);
+        const __m128 farSide = _mm_load_ps(sides + ray.farSide[k]);
         tNear = _mm_max_ps(tNear, _mm_mul_ps(_mm_sub_ps(nearSide, ray.oNear[k]), ray.inv[k]));
         tFar = _mm_min_ps(tFar, _mm_mul_ps(_mm_sub_ps(farSide, ray.oFar[k]), ray.inv[k]));
     }
@@ -257,24 +262,25 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
             const __m128 tLimit = _mm_set1_ps(limit);
             for (unsigned int lane = 0; lane < n; lane += 4, ++box) {
                 float enter[4] = {0, 0, 0, 0};
-                unsigned int meets = ray.cull ? meetBoxes(ray, *box, tLimit, enter) : 0xf;
-                if (n - lane < 4)
-                    meets &= (1u << (n - lane)) - 1;
-                for (; meets; meets &= meets - 1) {
+                const unsigned int meets0 =
+                    ray.cull ? meetBoxes(ray, *box, tLimit, enter) : (1u << std::min(n - lane, 4u)) - 1;
+                for (unsigned int meets = meets0; meets; meets &= meets - 1) {
                     const unsigned int i = static_cast<unsigned int>(__builtin_ctz(meets));
                     unsigned int j = hits++;
                     for (; j > 0 && hit[j - 1].t < enter[i]; --j)
                         hit[j] = hit[j - 1];
-                    hit[j] = Item{node.firstChild + lane + i, enter[i], box->boxes[i]};
+                    hit[j] = Item{node.firstChild + lane + i, enter[i], box->boxes[i], box->entries[i]};
                 }
             }
         }
         if (hits > 0) {
-            // Each child's node and boxes are fetched side by side, not one
-            // after the other.
+            // Each child's node, boxes and entries are fetched side by side,
+            // not one after the other.
             for (unsigned int j = 0; j < hits; ++j) {
                 __builtin_prefetch(nodes + hit[j].node);
                 __builtin_prefetch(boxes + hit[j].boxes);
+                if (hit[j].entries != Layout::kNoEntries)
+                    __builtin_prefetch(entries + hit[j].entries);
                 stack[top++] = hit[j];
             }
             --top;
