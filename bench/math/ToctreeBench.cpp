@@ -213,15 +213,15 @@ std::unique_ptr<TtriangleOctree> buildTriangleTree() {
 
 void BM_TriangleBuild_Grundel(benchmark::State& state) {
     mesh();
-    std::size_t nodes = 0, entries = 0;
+    std::size_t blocks = 0, cells = 0;
     for (auto _ : state) {
         auto tree = buildTriangleTree();
-        nodes = tree->queryLayout().nodes.size();
-        entries = tree->queryLayout().entries.size();
+        blocks = tree->queryLayout().boxes.size();
+        cells = tree->queryLayout().cells.size();
         benchmark::DoNotOptimize(tree.get());
     }
-    state.counters["nodes"] = static_cast<double>(nodes);
-    state.counters["entries"] = static_cast<double>(entries);
+    state.counters["blocks"] = static_cast<double>(blocks);
+    state.counters["cellWords"] = static_cast<double>(cells);
 }
 
 void BM_RayFirstHit_Grundel(benchmark::State& state) {

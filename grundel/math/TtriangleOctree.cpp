@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 template class TotNode<unsigned int>;
 template class Toctree<unsigned int>;
@@ -64,7 +65,7 @@ bool finite(const T3dFltPoint& p) noexcept { return std::isfinite(p.x) && std::i
 
 // A node's scale: the least power of two at or above reach, which bounds the
 // distance of the triangles below from its centre.
-void setScale(TtriangleOctree::QueryLayout::Node& node, double reach) {
+std::int32_t scaleOf(double reach) noexcept {
     using Layout = TtriangleOctree::QueryLayout;
     int e = -126;
     if (reach > std::ldexp(1.0, -126)) {
@@ -72,7 +73,7 @@ void setScale(TtriangleOctree::QueryLayout::Node& node, double reach) {
         if (reach == std::ldexp(0.5, e))
             --e; // exactly a power of two
     }
-    node.scale = reach <= std::ldexp(1.0, 126) ? static_cast<std::int8_t>(e) : Layout::kNoScale;
+    return reach <= std::ldexp(1.0, 126) ? e : Layout::kNoScale;
 }
 
 // x rounded to float towards -infinity (down) or +infinity.
@@ -203,42 +204,55 @@ const TtriangleOctree::QueryLayout& TtriangleOctree::queryLayout() const {
 }
 
 void TtriangleOctree::buildQueryLayout() const {
-    QueryLayout& out = fLayout;
-    out.nodes.clear();
+    using Layout = QueryLayout;
+    constexpr std::uint32_t kNone = Layout::kNone;
+    Layout& out = fLayout;
     out.boxes.clear();
-    out.extent = 0;
-    out.entries.clear();
+    out.cells.clear();
     out.triangles.clear();
     out.index.clear();
+    out.rootInner = out.rootCell = kNone;
     out.depth = 0;
-    std::size_t nodeTotal = 0, entryTotal = 0;
+    out.extent = 0;
+    std::size_t nodeTotal = 0, blockTotal = 0, wordTotal = 0;
     forEachNode([&](const TotNode<unsigned int>& n) {
         ++nodeTotal;
-        entryTotal += n.entryCount();
+        unsigned int children = 0;
+        for (int i = 0; i < 8; ++i)
+            children += n.child(i) != nullptr;
+        blockTotal += (children + 3) / 4;
+        if (n.entryCount())
+            wordTotal += Layout::kCellWords + std::size_t{n.entryCount()};
     });
-    if (nodeTotal > 0xffffffffu || entryTotal > 0xffffffffu)
-        throw TmemoryException(entryTotal * sizeof(std::uint32_t));
-    out.nodes.reserve(nodeTotal);
-    out.entries.reserve(entryTotal);
+    // Block references carry a flag in their low bit; kNone is never a place.
+    if (blockTotal >= 0x7fffffffu || wordTotal >= kNone)
+        throw TmemoryException(wordTotal * sizeof(std::uint32_t) + blockTotal * sizeof(Layout::ChildBoxes));
+    out.boxes.reserve(blockTotal);
+    out.cells.reserve(wordTotal);
     for (int k = 0; k < 3; ++k) {
         out.min[k] = minCorner()[k];
         out.max[k] = maxCorner()[k];
+        out.extent = std::max(out.extent, std::max(std::fabs(double(out.min[k])), std::fabs(double(out.max[k]))));
     }
     // Each triangle's place in the copy, given when a node first names it.
-    constexpr std::uint32_t kNone = 0xffffffffu;
     std::vector<std::uint32_t> place(fTriangles.size(), kNone);
     out.triangles.reserve(fTriangles.size());
     out.index.reserve(fTriangles.size());
 
-    // Where the triangles below each node lie, gathered bottom up once the
-    // nodes are laid out: each node's own triangles (their boxes cut to the
-    // cell) first, in the walk below.
-    struct Bounds {
+    // The nodes in the layout's order, with where the triangles below each
+    // lie (gathered bottom up afterwards; each node's own triangles, their
+    // boxes cut to the cell, first).
+    struct Flat {
+        float center[3];
+        std::uint32_t firstChild; // in flat
+        unsigned int childCount;
+        std::uint32_t inner, cell; // as in ChildBoxes
+        std::uint32_t count;       // of its own triangles
         double lo[3], hi[3];
-        double reach; // of the corners, from the node's centre
+        double reach; // of the corners, from the centre
     };
-    std::vector<Bounds> bounds;
-    bounds.reserve(nodeTotal);
+    std::vector<Flat> flat;
+    flat.reserve(nodeTotal);
 
     // Depth first with an explicit stack (trees may be a few hundred levels
     // deep): a node's slot, and its children's, are made when it is reached
@@ -249,91 +263,98 @@ void TtriangleOctree::buildQueryLayout() const {
         unsigned int depth;
     };
     std::vector<Pending> stack;
-    out.nodes.push_back(QueryLayout::Node{});
-    bounds.push_back(Bounds{});
+    flat.push_back(Flat{});
     stack.push_back(Pending{this, 0, 0});
     while (!stack.empty()) {
         const Pending p = stack.back();
         stack.pop_back();
         const TotNode<unsigned int>& n = *p.node;
         out.depth = std::max(out.depth, p.depth);
-        QueryLayout::Node flat{};
-        for (int k = 0; k < 3; ++k)
-            flat.center[k] = n.center()[k];
-        flat.first = static_cast<std::uint32_t>(out.entries.size());
-        flat.count = n.entryCount();
-        Bounds b{{HUGE_VAL, HUGE_VAL, HUGE_VAL}, {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL}, 0};
+        Flat f{};
+        for (int k = 0; k < 3; ++k) {
+            f.center[k] = n.center()[k];
+            f.lo[k] = HUGE_VAL;
+            f.hi[k] = -HUGE_VAL;
+        }
+        f.cell = kNone;
+        f.count = n.entryCount();
+        if (f.count) {
+            f.cell = static_cast<std::uint32_t>(out.cells.size());
+            out.cells.resize(out.cells.size() + Layout::kCellWords); // filled in bottom up
+        }
         for (const unsigned int e : n) {
             const ToctreeTriangle& tri = fTriangles[e];
             for (unsigned int k = 0; k < 3; ++k) {
-                const double a = tri.a[k], bk = tri.b[k], c = tri.c[k];
-                b.lo[k] = std::min(b.lo[k], std::max(min3(a, bk, c), double(n.minCorner()[k])));
-                b.hi[k] = std::max(b.hi[k], std::min(max3(a, bk, c), double(n.maxCorner()[k])));
-                const double m = flat.center[k];
-                b.reach = std::max(b.reach, std::max(std::fabs(a - m), std::max(std::fabs(bk - m), std::fabs(c - m))));
+                const double a = tri.a[k], b = tri.b[k], c = tri.c[k];
+                f.lo[k] = std::min(f.lo[k], std::max(min3(a, b, c), double(n.minCorner()[k])));
+                f.hi[k] = std::max(f.hi[k], std::min(max3(a, b, c), double(n.maxCorner()[k])));
+                const double m = f.center[k];
+                f.reach = std::max(f.reach, std::max(std::fabs(a - m), std::max(std::fabs(b - m), std::fabs(c - m))));
             }
             if (place[e] == kNone) {
                 place[e] = static_cast<std::uint32_t>(out.triangles.size());
                 out.triangles.emplace_back(tri);
                 out.index.push_back(e);
             }
-            out.entries.push_back(place[e]);
+            out.cells.push_back(place[e]);
         }
-        flat.firstChild = static_cast<std::uint32_t>(out.nodes.size());
+        f.firstChild = static_cast<std::uint32_t>(flat.size());
         for (int i = 0; i < 8; ++i)
             if (n.child(i)) {
-                flat.children = static_cast<std::uint8_t>(flat.children | (1u << i));
-                out.nodes.push_back(QueryLayout::Node{});
-                bounds.push_back(Bounds{});
+                ++f.childCount;
+                flat.push_back(Flat{});
             }
-        flat.boxes = static_cast<std::uint32_t>(out.boxes.size());
-        out.boxes.resize(out.boxes.size() + (out.nodes.size() - flat.firstChild + 3) / 4);
-        out.nodes[p.slot] = flat;
-        bounds[p.slot] = b;
-        std::uint32_t slot = static_cast<std::uint32_t>(out.nodes.size());
+        f.inner = kNone;
+        if (f.childCount) {
+            f.inner = static_cast<std::uint32_t>(2 * out.boxes.size() + (f.childCount > 4));
+            out.boxes.resize(out.boxes.size() + (f.childCount + 3) / 4);
+        }
+        flat[p.slot] = f;
+        std::uint32_t slot = static_cast<std::uint32_t>(flat.size());
         for (int i = 7; i >= 0; --i)
             if (const TotNode<unsigned int>* c = n.child(i))
                 stack.push_back(Pending{c, --slot, p.depth + 1});
     }
 
     // Children come after their parent: from the last node back, each node
-    // takes in its children's bounds and writes their boxes.
+    // takes in its children's bounds and writes their lanes, then its own
+    // cell's header.
     const double tol = tolerance();
-    for (int k = 0; k < 3; ++k)
-        out.extent = std::max(out.extent, std::max(std::fabs(double(out.min[k])), std::fabs(double(out.max[k]))));
-    for (std::size_t i = out.nodes.size(); i-- > 0;) {
-        QueryLayout::Node& flat = out.nodes[i];
-        Bounds& b = bounds[i];
-        unsigned int lane = 0;
-        for (unsigned int octant = 0, child = flat.firstChild; octant < 8; ++octant) {
-            if (!(flat.children & (1u << octant)))
+    for (std::size_t i = flat.size(); i-- > 0;) {
+        Flat& f = flat[i];
+        Layout::ChildBoxes* blocks = f.inner == kNone ? nullptr : &out.boxes[f.inner >> 1];
+        for (unsigned int lane = 0; lane < (f.childCount + 3) / 4 * 4; ++lane) {
+            Layout::ChildBoxes& box = blocks[lane / 4];
+            const unsigned int l = lane % 4;
+            if (lane >= f.childCount) {
+                for (int k = 0; k < 3; ++k) {
+                    box.lo[k][l] = HUGE_VALF;
+                    box.hi[k][l] = -HUGE_VALF;
+                }
+                box.inner[l] = box.cell[l] = kNone;
                 continue;
-            const Bounds& c = bounds[child];
-            QueryLayout::ChildBoxes& box = out.boxes[flat.boxes + lane / 4];
+            }
+            const Flat& c = flat[f.firstChild + lane];
             double offset = 0;
             for (int k = 0; k < 3; ++k) {
-                b.lo[k] = std::min(b.lo[k], c.lo[k]);
-                b.hi[k] = std::max(b.hi[k], c.hi[k]);
-                offset = std::max(offset, std::fabs(double(out.nodes[child].center[k]) - double(flat.center[k])));
-                box.lo[k][lane % 4] = roundOut(c.lo[k] - tol, true);
-                box.hi[k][lane % 4] = roundOut(c.hi[k] + tol, false);
-                for (const float f : {box.lo[k][lane % 4], box.hi[k][lane % 4]})
-                    if (std::isfinite(f))
-                        out.extent = std::max(out.extent, std::fabs(double(f)));
+                f.lo[k] = std::min(f.lo[k], c.lo[k]);
+                f.hi[k] = std::max(f.hi[k], c.hi[k]);
+                offset = std::max(offset, std::fabs(double(c.center[k]) - double(f.center[k])));
+                box.lo[k][l] = roundOut(c.lo[k] - tol, true);
+                box.hi[k][l] = roundOut(c.hi[k] + tol, false);
+                for (const float side : {box.lo[k][l], box.hi[k][l]})
+                    if (std::isfinite(side))
+                        out.extent = std::max(out.extent, std::fabs(double(side)));
             }
-            box.boxes[lane % 4] = out.nodes[child].boxes;
-            box.entries[lane % 4] = out.nodes[child].count ? out.nodes[child].first : QueryLayout::kNoEntries;
-            b.reach = std::max(b.reach, c.reach + offset);
-            ++child;
-            ++lane;
+            box.inner[l] = c.inner;
+            box.cell[l] = c.cell;
+            f.reach = std::max(f.reach, c.reach + offset);
         }
-        for (; lane % 4 != 0; ++lane)
-            for (int k = 0; k < 3; ++k) {
-                out.boxes[flat.boxes + lane / 4].lo[k][lane % 4] = HUGE_VALF;
-                out.boxes[flat.boxes + lane / 4].hi[k][lane % 4] = -HUGE_VALF;
-                out.boxes[flat.boxes + lane / 4].boxes[lane % 4] = 0;
-                out.boxes[flat.boxes + lane / 4].entries[lane % 4] = QueryLayout::kNoEntries;
-            }
-        setScale(flat, b.reach + tol);
+        if (f.cell != kNone) {
+            const Layout::Cell header{{f.center[0], f.center[1], f.center[2]}, f.count, scaleOf(f.reach + tol)};
+            std::memcpy(out.cells.data() + f.cell, &header, sizeof header);
+        }
     }
+    out.rootInner = flat[0].inner;
+    out.rootCell = flat[0].cell;
 }

@@ -150,53 +150,64 @@ public:
     /// the tolerance on every side.
     bool touches(const ToctreeTriangle& triangle, const T3dFltPoint& lo, const T3dFltPoint& hi) const noexcept;
 
-    /// A compact copy of the tree for ray queries. The nodes sit in one
-    /// array, depth first, each node's children next to each other, and
-    /// each node holds the boxes of its children, so that a walk tests all
-    /// of them at once and reads only the children it enters. Each filed
+    /// A compact copy of the tree for ray queries, in two parts. The blocks
+    /// hold the nodes' children: the boxes they occupy, four children to a
+    /// block, and where each child's own children and triangles are, so that
+    /// a walk tests all of a node's children at once and reads no node
+    /// record. The cells hold each node's triangles: a header (see Cell)
+    /// followed by positions in the copy of the triangles. Each filed
     /// triangle is copied once, in the order the nodes first name it, so
-    /// that a cell's triangles mostly lie side by side; a node's entries are
-    /// positions in that copy. About 4 bytes per filed copy, 40 per
-    /// triangle and 32 per node, and 128 per four children.
+    /// that a cell's triangles mostly lie side by side. Nodes are laid out
+    /// depth first, siblings together. About 4 bytes per filed copy, 40 per
+    /// triangle, 20 per node with triangles and 128 per four children.
     struct QueryLayout {
-        struct alignas(32) Node { // never across two cache lines
-            float center[3];
-            std::uint32_t firstChild; // index of the lowest existing child
-            std::uint32_t first;      // this node's first place in entries
-            std::uint32_t count;      // and its number of triangles
-            std::uint32_t boxes;      // the first of its children's boxes
-            std::uint8_t children;    // bit i: octant i exists
-            /// No corner of a triangle below is farther from center than
-            /// 2^scale on any axis (see reach); kNoScale: too far for float.
-            std::int8_t scale;
-        };
-        /// The boxes of four children of a node: lane i belongs to the
-        /// node's i-th existing child (in octant order, so the child is
-        /// firstChild + i). A box holds the child's triangles where they
-        /// meet its cell, grown by the tolerance and rounded outwards to
-        /// float (infinite where float cannot hold it); an unused lane is
-        /// empty (lo > hi). A ray that misses a box misses all below it.
+        static constexpr std::uint32_t kNone = 0xffffffffu;
+        /// The children of a node, four to a block; a node with more than
+        /// four has two blocks. Lane i is the node's i-th existing child, in
+        /// octant order. Its box holds its triangles and those below it
+        /// where they meet its cell, grown by the tolerance and rounded
+        /// outwards to float (infinite where float cannot hold it); an
+        /// unused lane is empty (lo > hi, no children, no cell). A ray that
+        /// misses a box misses everything below it.
         struct alignas(64) ChildBoxes { // two cache lines
             float lo[3][4], hi[3][4];
-            std::uint32_t boxes[4];   // each child's own Node::boxes
-            std::uint32_t entries[4]; // and Node::first when it has triangles, else kNoEntries
+            /// The child's own first block times 2, plus 1 when it has two;
+            /// kNone when it has no children.
+            std::uint32_t inner[4];
+            /// The child's cell (its place in cells); kNone: no triangles.
+            std::uint32_t cell[4];
         };
-        static constexpr std::uint32_t kNoEntries = 0xffffffffu;
-        static constexpr std::int8_t kNoScale = 127;
+        /// The header of a cell in cells, five words, followed by count
+        /// positions in triangles. No corner of a triangle at or below the
+        /// node is farther from center than 2^scale on any axis (see reach);
+        /// kNoScale: too far for float.
+        struct Cell {
+            float center[3];
+            std::uint32_t count;
+            std::int32_t scale;
+        };
+        static constexpr std::uint32_t kCellWords = sizeof(Cell) / sizeof(std::uint32_t);
+        static constexpr std::int32_t kNoScale = 127;
         /// 2^scale, or infinity for kNoScale.
-        static double reach(const Node& node) noexcept {
-            if (node.scale == kNoScale)
+        static double reach(std::int32_t scale) noexcept {
+            if (scale == kNoScale)
                 return HUGE_VAL;
-            const std::uint64_t bits = std::uint64_t(1023 + node.scale) << 52;
+            const std::uint64_t bits = std::uint64_t(1023 + scale) << 52;
             double r;
             std::memcpy(&r, &bits, sizeof r);
             return r;
         }
-        std::vector<Node> nodes;                        // nodes[0] is the root
-        std::vector<ChildBoxes> boxes;                  // node by node
-        std::vector<std::uint32_t> entries;             // positions in triangles, node by node
+        /// The cell at place c of cells.
+        Cell cellAt(std::uint32_t c) const noexcept {
+            Cell h;
+            std::memcpy(&h, cells.data() + c, sizeof h);
+            return h;
+        }
+        std::vector<ChildBoxes> boxes;
+        std::vector<std::uint32_t> cells;               // headers and positions, node by node
         std::vector<grundel::detail::RayTriangle> triangles;
         std::vector<std::uint32_t> index;               // triangles[k] is entry(index[k])
+        std::uint32_t rootInner = kNone, rootCell = kNone; // the root's children and triangles
         unsigned int depth = 0;                         // of the deepest node; the root is 0
         float min[3], max[3];                           // the root box
         double extent = 0; // the largest finite |coordinate| of a box or the root
@@ -218,4 +229,5 @@ private:
     mutable QueryLayout fLayout;
 };
 
-static_assert(sizeof(TtriangleOctree::QueryLayout::Node) == 32, "two flat nodes to a cache line");
+static_assert(sizeof(TtriangleOctree::QueryLayout::ChildBoxes) == 128, "a block is two cache lines");
+static_assert(sizeof(TtriangleOctree::QueryLayout::Cell) == 20, "a cell header is five words");

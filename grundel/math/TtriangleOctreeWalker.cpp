@@ -41,9 +41,9 @@ constexpr double kMarginMin = 0x1p-100, kMarginMax = 0x1p100;
 inline bool inRange(double m) noexcept { return m >= kMarginMin && m <= kMarginMax; }
 
 // Sets f up for the cell of centre center holding triangles within reach.
-inline void setUp(Prefilter& f, const Layout::Node& node, const double* o, const double* d, double dMax,
+inline void setUp(Prefilter& f, const Layout::Cell& node, const double* o, const double* d, double dMax,
                   double tMax) noexcept {
-    const double reach = Layout::reach(node);
+    const double reach = Layout::reach(node.scale);
     double S = 0;
     for (int k = 0; k < 3; ++k)
         S = std::max(S, std::fabs(o[k] - double(node.center[k])));
@@ -102,19 +102,6 @@ inline unsigned int mayHit(const Prefilter& f, const RayTriangle* const* t) noex
     const __m128 unsure = _mm_cmpngt_ps(adn, f.mD); // D's sign not certain (or NaN)
     return static_cast<unsigned int>(_mm_movemask_ps(_mm_or_ps(ok, unsure)));
 }
-
-// kCount[children]: the number of children (no popcnt instruction in the
-// baseline instruction set).
-struct CountTable {
-    std::uint8_t count[256];
-    constexpr CountTable() : count{} {
-        for (unsigned int c = 0; c < 256; ++c)
-            for (unsigned int k = 0; k < 8; ++k)
-                count[c] = static_cast<std::uint8_t>(count[c] + ((c >> k) & 1));
-    }
-    unsigned int operator[](unsigned int c) const noexcept { return count[c]; }
-};
-constexpr CountTable kCount;
 
 // The ray as the box tests read it: single precision, with every box grown
 // by a margin that covers the rounding.
@@ -217,26 +204,25 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     setUp(ray, o, d, layout.extent);
     float limit = testLimit(tMax, ray.scale);
 
-    // A visit pushes at most seven children, and the stack holds no more
-    // than seven per level above.
+    // A visit pushes at most eight children and goes on with one of them;
+    // the stack holds no more than seven per level above.
     const std::size_t bound = 7 * std::size_t{layout.depth} + 8;
     if (fStack.size() < bound)
         fStack.resize(bound);
     Item* stack = fStack.data();
-    const Layout::Node* nodes = layout.nodes.data();
     const Layout::ChildBoxes* boxes = layout.boxes.data();
-    const std::uint32_t* entries = layout.entries.data();
+    const std::uint32_t* cells = layout.cells.data();
     const RayTriangle* triangles = layout.triangles.data();
     std::size_t top = 0;
-    std::uint32_t at = 0, atBoxes = nodes[0].boxes; // the node being visited, and its children's boxes
+    Item at{layout.rootInner, layout.rootCell, 0}; // the node being visited
     for (;;) {
-        const Layout::Node& node = nodes[at];
-        if (node.count) {
-            const std::uint32_t* e = entries + node.first;
-            const std::uint32_t n = node.count;
+        if (at.cell != Layout::kNone) {
+            const Layout::Cell cell = layout.cellAt(at.cell);
+            const std::uint32_t* e = cells + at.cell + Layout::kCellWords;
+            const std::uint32_t n = cell.count;
             for (std::uint32_t k = 0; k < n; ++k)
                 __builtin_prefetch(triangles + e[k]);
-            setUp(filter, node, o, d, dMax, tMax);
+            setUp(filter, cell, o, d, dMax, tMax);
             // Four at a time; a short last group repeats its last triangle.
             const double before = tMax;
             for (std::uint32_t k = 0; k < n; k += 4) {
@@ -253,50 +239,43 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
                 limit = testLimit(tMax, ray.scale);
         }
         // The children whose boxes the ray meets by the limit, sorted
-        // farthest first: the nearest is visited next, the others pushed.
-        Item hit[8];
-        unsigned int hits = 0;
-        if (node.children) {
-            const unsigned int n = kCount[node.children];
-            const Layout::ChildBoxes* box = boxes + atBoxes;
+        // farthest first: all are pushed, and the nearest popped at once.
+        // (Without culling, unused lanes go too: they hold nothing.)
+        if (at.inner != Layout::kNone) {
+            const Layout::ChildBoxes* box = boxes + (at.inner >> 1);
+            const Layout::ChildBoxes* end = box + 1 + (at.inner & 1);
             const __m128 tLimit = _mm_set1_ps(limit);
-            for (unsigned int lane = 0; lane < n; lane += 4, ++box) {
+            Item hit[8];
+            unsigned int hits = 0;
+            for (; box != end; ++box) {
                 float enter[4] = {0, 0, 0, 0};
-                const unsigned int meets0 =
-                    ray.cull ? meetBoxes(ray, *box, tLimit, enter) : (1u << std::min(n - lane, 4u)) - 1;
+                const unsigned int meets0 = ray.cull ? meetBoxes(ray, *box, tLimit, enter) : 0xf;
                 for (unsigned int meets = meets0; meets; meets &= meets - 1) {
                     const unsigned int i = static_cast<unsigned int>(__builtin_ctz(meets));
                     unsigned int j = hits++;
                     for (; j > 0 && hit[j - 1].t < enter[i]; --j)
                         hit[j] = hit[j - 1];
-                    hit[j] = Item{node.firstChild + lane + i, enter[i], box->boxes[i], box->entries[i]};
+                    hit[j] = Item{box->inner[i], box->cell[i], enter[i]};
                 }
             }
-        }
-        if (hits > 0) {
-            // Each child's node, boxes and entries are fetched side by side,
-            // not one after the other.
+            // Each child's blocks and cell are fetched side by side.
             for (unsigned int j = 0; j < hits; ++j) {
-                __builtin_prefetch(nodes + hit[j].node);
-                __builtin_prefetch(boxes + hit[j].boxes);
-                if (hit[j].entries != Layout::kNoEntries)
-                    __builtin_prefetch(entries + hit[j].entries);
+                if (hit[j].inner != Layout::kNone) {
+                    const char* next = reinterpret_cast<const char*>(boxes + (hit[j].inner >> 1));
+                    __builtin_prefetch(next);
+                    __builtin_prefetch(next + 64);
+                }
+                if (hit[j].cell != Layout::kNone)
+                    __builtin_prefetch(cells + hit[j].cell);
                 stack[top++] = hit[j];
             }
-            --top;
-            at = hit[hits - 1].node;
-            atBoxes = hit[hits - 1].boxes;
-            continue;
         }
         for (;;) {
             if (top == 0)
                 return;
-            const Item item = stack[--top];
-            if (item.t <= limit) {
-                at = item.node;
-                atBoxes = item.boxes;
+            at = stack[--top];
+            if (at.t <= limit)
                 break;
-            }
         }
     }
 }

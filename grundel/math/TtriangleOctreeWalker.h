@@ -53,10 +53,8 @@ public:
 
 private:
     struct Item {
-        std::uint32_t node;
-        float t; // where the ray enters its box, in the walk's own time
-        std::uint32_t boxes;   // its children's boxes
-        std::uint32_t entries; // its first entry, or kNoEntries
+        std::uint32_t inner, cell; // a node's children and triangles (see QueryLayout::ChildBoxes)
+        float t;                   // where the ray enters its box, in the walk's own time
     };
     // Calls fn(place, tMax) for the triangles (places in the layout's copy)
     // of each cell the ray meets that may hit, nearest first, while the

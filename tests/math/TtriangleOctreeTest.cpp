@@ -358,7 +358,7 @@ TEST(TtriangleOctreeWalker, RaysThatOnlyTouchACellsBoxAtAHit) {
         TtriangleOctree tree(3, at(0, 0, 0), at(1, 1, 1), 1, 0, 0, 0);
         for (const ToctreeTriangle& t : tris)
             ASSERT_TRUE(tree.addEntry(t.a, t.b, t.c, t.i, t.j));
-        ASSERT_NE(tree.queryLayout().nodes[0].children, 0);
+        ASSERT_NE(tree.queryLayout().rootInner, TtriangleOctree::QueryLayout::kNone);
         TtriangleOctreeWalker walker(tree);
         std::mt19937 rng(12);
         std::uniform_real_distribution<double> u(0.05, 0.2);
