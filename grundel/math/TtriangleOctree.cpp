@@ -214,20 +214,15 @@ void TtriangleOctree::buildQueryLayout() const {
     out.rootInner = out.rootCell = kNone;
     out.depth = 0;
     out.extent = 0;
-    std::size_t nodeTotal = 0, blockTotal = 0, wordTotal = 0;
+    std::size_t nodeTotal = 0, wordTotal = 0;
     forEachNode([&](const TotNode<unsigned int>& n) {
         ++nodeTotal;
-        unsigned int children = 0;
-        for (int i = 0; i < 8; ++i)
-            children += n.child(i) != nullptr;
-        blockTotal += (children + 3) / 4;
         if (n.entryCount())
             wordTotal += Layout::kCellWords + std::size_t{n.entryCount()};
     });
-    // Block references carry a flag in their low bit; kNone is never a place.
-    if (blockTotal >= 0x7fffffffu || wordTotal >= kNone)
-        throw TmemoryException(wordTotal * sizeof(std::uint32_t) + blockTotal * sizeof(Layout::ChildBoxes));
-    out.boxes.reserve(blockTotal);
+    // kNone is never a place in cells (block references are checked below).
+    if (nodeTotal >= kNone || wordTotal >= kNone)
+        throw TmemoryException(wordTotal * sizeof(std::uint32_t));
     out.cells.reserve(wordTotal);
     for (int k = 0; k < 3; ++k) {
         out.min[k] = minCorner()[k];
@@ -305,10 +300,6 @@ void TtriangleOctree::buildQueryLayout() const {
                 flat.push_back(Flat{});
             }
         f.inner = kNone;
-        if (f.childCount) {
-            f.inner = static_cast<std::uint32_t>(2 * out.boxes.size() + (f.childCount > 4));
-            out.boxes.resize(out.boxes.size() + (f.childCount + 3) / 4);
-        }
         flat[p.slot] = f;
         std::uint32_t slot = static_cast<std::uint32_t>(flat.size());
         for (int i = 7; i >= 0; --i)
@@ -317,16 +308,91 @@ void TtriangleOctree::buildQueryLayout() const {
     }
 
     // Children come after their parent: from the last node back, each node
-    // takes in its children's bounds and writes their lanes, then its own
-    // cell's header.
+    // takes in its children's bounds, then writes its own cell's header.
     const double tol = tolerance();
     for (std::size_t i = flat.size(); i-- > 0;) {
         Flat& f = flat[i];
-        Layout::ChildBoxes* blocks = f.inner == kNone ? nullptr : &out.boxes[f.inner >> 1];
-        for (unsigned int lane = 0; lane < (f.childCount + 3) / 4 * 4; ++lane) {
+        for (std::uint32_t c = f.firstChild; c < f.firstChild + f.childCount; ++c) {
+            double offset = 0;
+            for (int k = 0; k < 3; ++k) {
+                f.lo[k] = std::min(f.lo[k], flat[c].lo[k]);
+                f.hi[k] = std::max(f.hi[k], flat[c].hi[k]);
+                offset = std::max(offset, std::fabs(double(flat[c].center[k]) - double(f.center[k])));
+            }
+            f.reach = std::max(f.reach, flat[c].reach + offset);
+        }
+        if (f.cell != kNone) {
+            const Layout::Cell header{{f.center[0], f.center[1], f.center[2]}, f.count, scaleOf(f.reach + tol)};
+            std::memcpy(out.cells.data() + f.cell, &header, sizeof header);
+        }
+    }
+
+    // The nodes a walk visits, from the root down, and their lanes: the
+    // children, where a child without triangles of its own may give way to
+    // its children (the one with the largest box first) while the lanes
+    // stay within kMaxLanes. A walk then skips that child's level.
+    constexpr std::size_t kMaxLanes = 4 * Layout::kMaxBlocks;
+    struct Visit {
+        std::uint32_t node, firstLane, laneCount;
+    };
+    const auto area = [&](std::uint32_t i) {
+        const Flat& f = flat[i];
+        if (!(f.lo[0] <= f.hi[0] && f.lo[1] <= f.hi[1] && f.lo[2] <= f.hi[2]))
+            return 0.0;
+        const double x = f.hi[0] - f.lo[0], y = f.hi[1] - f.lo[1], z = f.hi[2] - f.lo[2];
+        return x * y + y * z + z * x;
+    };
+    std::vector<Visit> visits;
+    std::vector<std::uint32_t> lanes, frontier, todo{0};
+    std::size_t blockCount = 0;
+    while (!todo.empty()) {
+        const std::uint32_t node = todo.back();
+        todo.pop_back();
+        Flat& f = flat[node];
+        if (!f.childCount)
+            continue;
+        frontier.clear();
+        for (std::uint32_t c = f.firstChild; c < f.firstChild + f.childCount; ++c)
+            frontier.push_back(c);
+        for (;;) {
+            std::size_t best = frontier.size();
+            double bestArea = -1;
+            for (std::size_t k = 0; k < frontier.size(); ++k) {
+                const Flat& c = flat[frontier[k]];
+                if (c.cell == kNone && c.childCount && frontier.size() - 1 + c.childCount <= kMaxLanes &&
+                    area(frontier[k]) > bestArea) {
+                    best = k;
+                    bestArea = area(frontier[k]);
+                }
+            }
+            if (best == frontier.size())
+                break;
+            const Flat& open = flat[frontier[best]];
+            frontier.erase(frontier.begin() + static_cast<std::ptrdiff_t>(best));
+            for (std::uint32_t c = open.firstChild; c < open.firstChild + open.childCount; ++c)
+                frontier.push_back(c);
+        }
+        const std::size_t blocks = (frontier.size() + 3) / 4;
+        if (blockCount + blocks >= 0x3fffffffu)
+            throw TmemoryException((blockCount + blocks) * sizeof(Layout::ChildBoxes));
+        f.inner = static_cast<std::uint32_t>(4 * blockCount + (blocks - 1));
+        blockCount += blocks;
+        visits.push_back(Visit{node, static_cast<std::uint32_t>(lanes.size()),
+                               static_cast<std::uint32_t>(frontier.size())});
+        lanes.insert(lanes.end(), frontier.begin(), frontier.end());
+        for (std::size_t k = frontier.size(); k-- > 0;)
+            todo.push_back(frontier[k]);
+    }
+
+    // Each visited node's blocks: its lanes' boxes, rounded outwards, and
+    // where their own blocks and cells lie.
+    out.boxes.resize(blockCount);
+    for (const Visit& v : visits) {
+        Layout::ChildBoxes* blocks = &out.boxes[flat[v.node].inner >> 2];
+        for (std::uint32_t lane = 0; lane < (v.laneCount + 3) / 4 * 4; ++lane) {
             Layout::ChildBoxes& box = blocks[lane / 4];
             const unsigned int l = lane % 4;
-            if (lane >= f.childCount) {
+            if (lane >= v.laneCount) {
                 for (int k = 0; k < 3; ++k) {
                     box.lo[k][l] = HUGE_VALF;
                     box.hi[k][l] = -HUGE_VALF;
@@ -334,12 +400,8 @@ void TtriangleOctree::buildQueryLayout() const {
                 box.inner[l] = box.cell[l] = kNone;
                 continue;
             }
-            const Flat& c = flat[f.firstChild + lane];
-            double offset = 0;
+            const Flat& c = flat[lanes[v.firstLane + lane]];
             for (int k = 0; k < 3; ++k) {
-                f.lo[k] = std::min(f.lo[k], c.lo[k]);
-                f.hi[k] = std::max(f.hi[k], c.hi[k]);
-                offset = std::max(offset, std::fabs(double(c.center[k]) - double(f.center[k])));
                 box.lo[k][l] = roundOut(c.lo[k] - tol, true);
                 box.hi[k][l] = roundOut(c.hi[k] + tol, false);
                 for (const float side : {box.lo[k][l], box.hi[k][l]})
@@ -348,11 +410,6 @@ void TtriangleOctree::buildQueryLayout() const {
             }
             box.inner[l] = c.inner;
             box.cell[l] = c.cell;
-            f.reach = std::max(f.reach, c.reach + offset);
-        }
-        if (f.cell != kNone) {
-            const Layout::Cell header{{f.center[0], f.center[1], f.center[2]}, f.count, scaleOf(f.reach + tol)};
-            std::memcpy(out.cells.data() + f.cell, &header, sizeof header);
         }
     }
     out.rootInner = flat[0].inner;

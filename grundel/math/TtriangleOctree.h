@@ -151,10 +151,10 @@ public:
     bool touches(const ToctreeTriangle& triangle, const T3dFltPoint& lo, const T3dFltPoint& hi) const noexcept;
 
     /// A compact copy of the tree for ray queries, in two parts. The blocks
-    /// hold the nodes' children: the boxes they occupy, four children to a
-    /// block, and where each child's own children and triangles are, so that
-    /// a walk tests all of a node's children at once and reads no node
-    /// record. The cells hold each node's triangles: a header (see Cell)
+    /// hold the nodes' children (or grandchildren, see ChildBoxes): the
+    /// boxes they occupy, four to a block, and where each one's own blocks
+    /// and triangles are, so that a walk tests all of them at once and
+    /// reads no node record. The cells hold each node's triangles: a header (see Cell)
     /// followed by positions in the copy of the triangles. Each filed
     /// triangle is copied once, in the order the nodes first name it, so
     /// that a cell's triangles mostly lie side by side. Nodes are laid out
@@ -162,21 +162,23 @@ public:
     /// triangle, 20 per node with triangles and 128 per four children.
     struct QueryLayout {
         static constexpr std::uint32_t kNone = 0xffffffffu;
-        /// The children of a node, four to a block; a node with more than
-        /// four has two blocks. Lane i is the node's i-th existing child, in
-        /// octant order. Its box holds its triangles and those below it
-        /// where they meet its cell, grown by the tolerance and rounded
-        /// outwards to float (infinite where float cannot hold it); an
-        /// unused lane is empty (lo > hi, no children, no cell). A ray that
-        /// misses a box misses everything below it.
+        /// The lanes of a visited node, four to a block, in up to
+        /// kMaxBlocks blocks. The lanes are its children, except that a
+        /// child without triangles of its own may give way to its children
+        /// (so that a walk skips its level). A lane's box holds the
+        /// triangles at and below its node where they meet its cell, grown
+        /// by the tolerance and rounded outwards to float (infinite where
+        /// float cannot hold it); an unused lane is empty (lo > hi, no
+        /// blocks, no cell). A ray that misses a box misses all below it.
         struct alignas(64) ChildBoxes { // two cache lines
             float lo[3][4], hi[3][4];
-            /// The child's own first block times 2, plus 1 when it has two;
-            /// kNone when it has no children.
+            /// The lane's node's first block times 4, plus its number of
+            /// blocks less 1; kNone when it has no children.
             std::uint32_t inner[4];
-            /// The child's cell (its place in cells); kNone: no triangles.
+            /// The lane's node's cell (its place in cells); kNone: no triangles.
             std::uint32_t cell[4];
         };
+        static constexpr unsigned int kMaxBlocks = 2;
         /// The header of a cell in cells, five words, followed by count
         /// positions in triangles. No corner of a triangle at or below the
         /// node is farther from center than 2^scale on any axis (see reach);

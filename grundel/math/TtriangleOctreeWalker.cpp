@@ -40,13 +40,13 @@ constexpr double kMarginMin = 0x1p-100, kMarginMax = 0x1p100;
 
 inline bool inRange(double m) noexcept { return m >= kMarginMin && m <= kMarginMax; }
 
-// Sets f up for the cell of centre center holding triangles within reach.
-inline void setUp(Prefilter& f, const Layout::Cell& node, const double* o, const double* d, double dMax,
+// Sets f up for a cell: triangles within reach of its centre.
+inline void setUp(Prefilter& f, const Layout::Cell& cell, const double* o, const double* d, double dMax,
                   double tMax) noexcept {
-    const double reach = Layout::reach(node.scale);
+    const double reach = Layout::reach(cell.scale);
     double S = 0;
     for (int k = 0; k < 3; ++k)
-        S = std::max(S, std::fabs(o[k] - double(node.center[k])));
+        S = std::max(S, std::fabs(o[k] - double(cell.center[k])));
     S += reach;
     const double E = 2.0 * reach;
     const double mU = kMarginScale * dMax * S * E, mD = kMarginScale * dMax * E * E, mT = kMarginScale * S * E * E;
@@ -54,8 +54,8 @@ inline void setUp(Prefilter& f, const Layout::Cell& node, const double* o, const
     if (!f.on)
         return;
     for (int k = 0; k < 3; ++k) {
-        f.o[k] = _mm_set1_ps(static_cast<float>(o[k] - double(node.center[k])));
-        f.c[k] = _mm_set1_ps(node.center[k]);
+        f.o[k] = _mm_set1_ps(static_cast<float>(o[k] - double(cell.center[k])));
+        f.c[k] = _mm_set1_ps(cell.center[k]);
         f.d[k] = _mm_set1_ps(static_cast<float>(d[k]));
     }
     f.mU = _mm_set1_ps(static_cast<float>(mU));
@@ -204,9 +204,10 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     setUp(ray, o, d, layout.extent);
     float limit = testLimit(tMax, ray.scale);
 
-    // A visit pushes at most eight children and goes on with one of them;
-    // the stack holds no more than seven per level above.
-    const std::size_t bound = 7 * std::size_t{layout.depth} + 8;
+    // A visit pushes at most 16 lanes and goes on with one of them, a level
+    // or more down: the stack holds no more than 15 per level above.
+    constexpr std::size_t kLanes = 4 * Layout::kMaxBlocks;
+    const std::size_t bound = (kLanes - 1) * std::size_t{layout.depth} + kLanes;
     if (fStack.size() < bound)
         fStack.resize(bound);
     Item* stack = fStack.data();
@@ -242,10 +243,10 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
         // farthest first: all are pushed, and the nearest popped at once.
         // (Without culling, unused lanes go too: they hold nothing.)
         if (at.inner != Layout::kNone) {
-            const Layout::ChildBoxes* box = boxes + (at.inner >> 1);
-            const Layout::ChildBoxes* end = box + 1 + (at.inner & 1);
+            const Layout::ChildBoxes* box = boxes + (at.inner >> 2);
+            const Layout::ChildBoxes* end = box + 1 + (at.inner & 3);
             const __m128 tLimit = _mm_set1_ps(limit);
-            Item hit[8];
+            Item hit[4 * Layout::kMaxBlocks];
             unsigned int hits = 0;
             for (; box != end; ++box) {
                 float enter[4] = {0, 0, 0, 0};
@@ -261,7 +262,7 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
             // Each child's blocks and cell are fetched side by side.
             for (unsigned int j = 0; j < hits; ++j) {
                 if (hit[j].inner != Layout::kNone) {
-                    const char* next = reinterpret_cast<const char*>(boxes + (hit[j].inner >> 1));
+                    const char* next = reinterpret_cast<const char*>(boxes + (hit[j].inner >> 2));
                     __builtin_prefetch(next);
                     __builtin_prefetch(next + 64);
                 }
