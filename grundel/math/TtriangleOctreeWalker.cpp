@@ -204,8 +204,8 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     setUp(ray, o, d, layout.extent);
     float limit = testLimit(tMax, ray.scale);
 
-    // A visit pushes at most 16 lanes and goes on with one of them, a level
-    // or more down: the stack holds no more than 15 per level above.
+    // A visit pushes at most kLanes lanes and goes on with one of them, a
+    // level or more down: the stack holds at most kLanes - 1 per level above.
     constexpr std::size_t kLanes = 4 * Layout::kMaxBlocks;
     const std::size_t bound = (kLanes - 1) * std::size_t{layout.depth} + kLanes;
     if (fStack.size() < bound)
