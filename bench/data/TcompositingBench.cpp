@@ -2,7 +2,7 @@
 // with Tspectrum beside the plain struct of three floats and hand-written
 // formulas a user would otherwise keep.
 
-#include "grundel/data/Tspectrum.h"
+#include "grundel/data/TrgbSamples.h"
 
 #include <benchmark/benchmark.h>
 

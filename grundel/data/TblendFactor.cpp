@@ -1,6 +1,6 @@
 #include "grundel/data/TblendFactor.h"
 
-#include "grundel/data/Tspectrum_p.h"
+#include "grundel/data/TsampleTolerance_p.h"
 
 #include <type_traits>
 

@@ -2,7 +2,7 @@
 
 #include "grundel/core/Tstring.h"
 #include "grundel/data/TdataLetter.h"
-#include "grundel/data/Tspectrum.h"
+#include "grundel/data/TrgbSamples.h"
 
 /// What the two spectrum letters share: three single-precision samples,
 /// red, green, blue. Binary: 12 bytes, the samples as big-endian floats, red

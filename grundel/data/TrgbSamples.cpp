@@ -1,6 +1,6 @@
-#include "grundel/data/Tspectrum.h"
+#include "grundel/data/TrgbSamples.h"
 
-#include "grundel/data/Tspectrum_p.h"
+#include "grundel/data/TsampleTolerance_p.h"
 
 #include <type_traits>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "grundel/data/TblendFactor.h"
-#include "grundel/data/Tspectrum.h"
+#include "grundel/data/TrgbSamples.h"
 
 #include <type_traits>
 

@@ -1,6 +1,6 @@
 #include "grundel/data/TblendFactor.h"
-#include "grundel/data/TrenderSpectrum.h"
-#include "grundel/data/Tspectrum.h"
+#include "grundel/data/TrenderSamples.h"
+#include "grundel/data/TrgbSamples.h"
 
 #include <gtest/gtest.h>
 
