@@ -12,6 +12,17 @@ ALIGN = {b"FORM": 2, b"CAT ": 2, b"LIST": 2, b"PROP": 2,
          b"FOR8": 8, b"CAT8": 8, b"LIS8": 8, b"PRO8": 8}
 
 
+# A writer of the 2-byte family as other programs write it: every chunk and
+# group padded to 2 (or align) and no further.
+def chunk(tag, payload, align=2):
+    return tag + struct.pack(">I", len(payload)) + payload + b"\0" * (-len(payload) % align)
+
+
+def group(gid, gtype, *parts, align=2):
+    body = gtype + b"".join(parts)
+    return gid + struct.pack(">I", len(body)) + body + b"\0" * (-len(body) % align)
+
+
 def struct_walk(data):
     """(depth, id, group type or None, size, offset, data or None) of every
     chunk, a group before its contents; only known sizes."""
@@ -58,10 +69,16 @@ def tool():
 
 @pytest.fixture
 def sox():
+    """sox(*options, output) writes 13 ms of a 440 Hz tone with sox; skips
+    where sox is not installed."""
     path = shutil.which("sox")
     if not path:
         pytest.skip("sox is not installed")
-    return path
+
+    def make(*args):
+        subprocess.run([path, "-n", *map(str, args), "synth", "0.013", "sine", "440"], check=True, timeout=60)
+
+    return make
 
 
 @pytest.fixture(autouse=True)
