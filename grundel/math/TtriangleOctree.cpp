@@ -76,14 +76,6 @@ std::int32_t scaleOf(double reach) noexcept {
     return reach <= std::ldexp(1.0, 126) ? e : Layout::kNoScale;
 }
 
-// x rounded to float towards -infinity (down) or +infinity.
-float roundOut(double x, bool down) noexcept {
-    const float f = static_cast<float>(x);
-    if (down ? double(f) > x : double(f) < x)
-        return std::nextafter(f, down ? -HUGE_VALF : HUGE_VALF);
-    return f;
-}
-
 } // namespace
 
 bool ToctreeTriangle::intersect(const T3dDblPoint& origin, const T4dDblVector& direction, double tMax, double& t,
@@ -359,10 +351,11 @@ void TtriangleOctree::buildQueryLayout() const {
             double bestArea = -1;
             for (std::size_t k = 0; k < frontier.size(); ++k) {
                 const Flat& c = flat[frontier[k]];
-                if (c.cell == kNone && c.childCount && frontier.size() - 1 + c.childCount <= kMaxLanes &&
-                    area(frontier[k]) > bestArea) {
+                if (c.cell != kNone || !c.childCount || frontier.size() - 1 + c.childCount > kMaxLanes)
+                    continue;
+                if (const double a = area(frontier[k]); a > bestArea) {
                     best = k;
-                    bestArea = area(frontier[k]);
+                    bestArea = a;
                 }
             }
             if (best == frontier.size())
@@ -402,8 +395,8 @@ void TtriangleOctree::buildQueryLayout() const {
             }
             const Flat& c = flat[lanes[v.firstLane + lane]];
             for (int k = 0; k < 3; ++k) {
-                box.lo[k][l] = roundOut(c.lo[k] - tol, true);
-                box.hi[k][l] = roundOut(c.hi[k] + tol, false);
+                box.lo[k][l] = grundel::detail::roundToFloat(c.lo[k] - tol, true);
+                box.hi[k][l] = grundel::detail::roundToFloat(c.hi[k] + tol, false);
                 for (const float side : {box.lo[k][l], box.hi[k][l]})
                     if (std::isfinite(side))
                         out.extent = std::max(out.extent, std::fabs(double(side)));

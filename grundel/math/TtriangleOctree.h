@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <vector>
 
@@ -82,6 +83,21 @@ struct RayTriangle {
         return true;
     }
 };
+
+/// x rounded to float towards -infinity (down) or +infinity: the nearest
+/// float on that side, beyond float's range its largest value or an
+/// infinity. x must not be NaN.
+inline float roundToFloat(double x, bool down) noexcept {
+    constexpr double kMax = std::numeric_limits<float>::max();
+    if (x > kMax)
+        return down && x != HUGE_VAL ? std::numeric_limits<float>::max() : HUGE_VALF;
+    if (x < -kMax)
+        return down || x == -HUGE_VAL ? -HUGE_VALF : -std::numeric_limits<float>::max();
+    const float f = static_cast<float>(x);
+    if (down ? double(f) > x : double(f) < x)
+        return std::nextafter(f, down ? -HUGE_VALF : HUGE_VALF);
+    return f;
+}
 
 } // namespace grundel::detail
 

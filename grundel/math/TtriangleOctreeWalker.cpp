@@ -62,10 +62,7 @@ inline void setUp(Prefilter& f, const Layout::Cell& cell, const double* o, const
     f.mD = _mm_set1_ps(static_cast<float>(mD));
     f.mT = _mm_set1_ps(static_cast<float>(mT));
     f.mSum = _mm_set1_ps(static_cast<float>(4 * mU + 2 * mD));
-    float up = tMax >= double(std::numeric_limits<float>::max()) ? HUGE_VALF : static_cast<float>(tMax);
-    if (double(up) < tMax)
-        up = std::nextafter(up, HUGE_VALF);
-    f.tMaxUp = _mm_set1_ps(up);
+    f.tMaxUp = _mm_set1_ps(grundel::detail::roundToFloat(tMax, false));
 }
 
 // Bit i set where triangle t[i] may hit.
@@ -181,15 +178,6 @@ inline unsigned int meetBoxes(const BoxRay& ray, const Layout::ChildBoxes& box, 
     return static_cast<unsigned int>(_mm_movemask_ps(_mm_cmple_ps(tNear, tFar)));
 }
 
-// A time limit as a test time in float, rounded up.
-inline float testLimit(double tMax, double scale) noexcept {
-    const double t = tMax / scale;
-    float f = static_cast<float>(t);
-    if (double(f) < t)
-        f = std::nextafter(f, HUGE_VALF);
-    return f;
-}
-
 } // namespace
 
 template <class Fn>
@@ -202,7 +190,7 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
     Prefilter filter;
     BoxRay ray;
     setUp(ray, o, d, layout.extent);
-    float limit = testLimit(tMax, ray.scale);
+    float limit = grundel::detail::roundToFloat(tMax / ray.scale, false);
 
     // A visit pushes at most kLanes lanes and goes on with one of them, a
     // level or more down: the stack holds at most kLanes - 1 per level above.
@@ -237,7 +225,7 @@ void TtriangleOctreeWalker::walk(const Layout& layout, const double* o, const do
                     fn(e[k + static_cast<std::uint32_t>(__builtin_ctz(may))], tMax);
             }
             if (tMax != before)
-                limit = testLimit(tMax, ray.scale);
+                limit = grundel::detail::roundToFloat(tMax / ray.scale, false);
         }
         // The children whose boxes the ray meets by the limit, sorted
         // farthest first: all are pushed, and the nearest popped at once.
